@@ -1,0 +1,35 @@
+#pragma once
+
+// A throw-away certificate authority and a server certificate for 127.0.0.1 that
+// it signed, made with the openssl command-line tool in a temporary folder.
+
+#include <QList>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+
+class TestCertificates
+{
+public:
+    // Check ok() before use; error() says what went wrong.
+    TestCertificates();
+
+    bool ok() const { return mError.isEmpty(); }
+    QString error() const { return mError; }
+
+    QList<QSslCertificate> authority() const { return mAuthority; }
+    QString authorityPemPath() const;
+    // What an HTTPS test server presents: the server certificate and its key.
+    QSslConfiguration serverConfiguration() const { return mServer; }
+
+private:
+    bool run(const QStringList& arguments);
+
+    QTemporaryDir mDir;
+    QString mError;
+    QList<QSslCertificate> mAuthority;
+    QSslConfiguration mServer;
+};
