@@ -7,7 +7,7 @@ packages=(
   # toolchain
   g++ cmake ninja-build pkg-config git
   # Qt 6.4: Core, Gui, Widgets, Network, Concurrent, Sql (+ SQLite driver), HttpServer, OpenGL
-  qt6-base-dev qt6-base-dev-tools qt6-httpserver-dev libqt6sql6-sqlite libqt6opengl6-dev qt6-qpa-plugins
+  qt6-base-dev qt6-base-dev-tools qt6-httpserver-dev qt6-websockets-dev libqt6sql6-sqlite libqt6opengl6-dev qt6-qpa-plugins
   libgl-dev libegl-dev libgl1-mesa-dri libegl-mesa0 xvfb xauth
   # storage, tests, benchmarks
   libleveldb-dev libsnappy-dev libgtest-dev libgmock-dev libbenchmark-dev
