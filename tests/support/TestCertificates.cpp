@@ -31,7 +31,7 @@ TestCertificates::TestCertificates()
     if (!run(QStringList{QStringLiteral("req"), QStringLiteral("-x509")} + ecKey
              + QStringList{QStringLiteral("-keyout"), QStringLiteral("ca.key"), QStringLiteral("-out"),
                            QStringLiteral("ca.pem"), QStringLiteral("-days"), QStringLiteral("2"),
-                           QStringLiteral("-subj"), QStringLiteral("/CN=ZpQtCoreLite test authority"),
+                           QStringLiteral("-subj"), QStringLiteral("/CN=ZpToolboxLite test authority"),
                            QStringLiteral("-addext"), QStringLiteral("basicConstraints=critical,CA:TRUE"),
                            QStringLiteral("-addext"), QStringLiteral("keyUsage=critical,keyCertSign,cRLSign")})
         || !run(QStringList{QStringLiteral("req")} + ecKey
@@ -62,6 +62,16 @@ TestCertificates::TestCertificates()
 QString TestCertificates::authorityPemPath() const
 {
     return mDir.filePath(QStringLiteral("ca.pem"));
+}
+
+QString TestCertificates::serverCertificatePath() const
+{
+    return mDir.filePath(QStringLiteral("server.pem"));
+}
+
+QString TestCertificates::serverKeyPath() const
+{
+    return mDir.filePath(QStringLiteral("server.key"));
 }
 
 bool TestCertificates::run(const QStringList& arguments)

@@ -22,6 +22,10 @@ public:
 
     QList<QSslCertificate> authority() const { return mAuthority; }
     QString authorityPemPath() const;
+    // The server certificate and its private key as PEM files, for servers
+    // that run in another process.
+    QString serverCertificatePath() const;
+    QString serverKeyPath() const;
     // What an HTTPS test server presents: the server certificate and its key.
     QSslConfiguration serverConfiguration() const { return mServer; }
 
