@@ -1,6 +1,7 @@
 // The zp-ingest program itself, run as a child process the way scripts and the
 // end-to-end tests run it.
 #include "IngestTestSupport.h"
+#include "TestCertificates.h"
 
 #include <ZpIngest/IngestStore.h>
 
@@ -147,15 +148,14 @@ TEST_F(ZpIngestCli, CloseCountOptionDropsTheFirstConnection)
 
 TEST_F(ZpIngestCli, ServesHttpsWithTheGivenCertificate)
 {
-    QString error;
-    ASSERT_TRUE(makeCertificates(mDirectory.path(), QStringLiteral("rsa"), &error)) << error.toStdString();
+    const TestCertificates certificates(TestCertificates::KeyType::Rsa);
+    ASSERT_TRUE(certificates.ok()) << certificates.error().toStdString();
     QUrl url;
-    const auto server = startServe({QStringLiteral("--tls-cert"), mDirectory.filePath(QStringLiteral("server.pem")),
-                                    QStringLiteral("--tls-key"), mDirectory.filePath(QStringLiteral("server.key"))},
+    const auto server = startServe({QStringLiteral("--tls-cert"), certificates.serverCertificatePath(),
+                                    QStringLiteral("--tls-key"), certificates.serverKeyPath()},
                                    &url);
     EXPECT_EQ(url.scheme(), QStringLiteral("https"));
-    const QList<QSslCertificate> authority = QSslCertificate::fromPath(mDirectory.filePath(QStringLiteral("ca.pem")));
-    const Answer answer = post(logsUrl(url), body({eventLog()}), authority);
+    const Answer answer = post(logsUrl(url), body({eventLog()}), certificates.authority());
     EXPECT_EQ(answer.error, QNetworkReply::NoError);
     EXPECT_EQ(answer.status, 200);
     stop(*server);

@@ -1,4 +1,5 @@
 #include "IngestTestSupport.h"
+#include "TestCertificates.h"
 
 #include <ZpIngest/IngestServer.h>
 #include <ZpIngest/IngestStore.h>
@@ -414,16 +415,16 @@ protected:
     void SetUp() override
     {
         ZpIngestServer::SetUp();
-        QString error;
-        ASSERT_TRUE(makeCertificates(mDirectory.path(), QStringLiteral("ec"), &error)) << error.toStdString();
-        mAuthority = QSslCertificate::fromPath(mDirectory.filePath(QStringLiteral("ca.pem")));
+        ASSERT_TRUE(mCertificates.ok()) << mCertificates.error().toStdString();
+        mAuthority = mCertificates.authority();
         ASSERT_EQ(mAuthority.size(), 1);
-        ASSERT_TRUE(mServer->setTlsFiles(mDirectory.filePath(QStringLiteral("server.pem")),
-                                         mDirectory.filePath(QStringLiteral("server.key")), &error))
+        QString error;
+        ASSERT_TRUE(mServer->setTlsFiles(mCertificates.serverCertificatePath(), mCertificates.serverKeyPath(), &error))
             << error.toStdString();
         listen();
     }
 
+    const TestCertificates mCertificates;
     QList<QSslCertificate> mAuthority;
 };
 
@@ -468,9 +469,9 @@ TEST(ZpIngestServerTlsFiles, MissingOrBadFilesAreReported)
     EXPECT_FALSE(server.setTlsFiles(directory.filePath(QStringLiteral("none.pem")),
                                     directory.filePath(QStringLiteral("none.key")), &error));
     EXPECT_TRUE(error.contains(QStringLiteral("no PEM certificate"))) << error.toStdString();
-    ASSERT_TRUE(makeCertificates(directory.path(), QStringLiteral("ec"), &error)) << error.toStdString();
-    EXPECT_FALSE(server.setTlsFiles(directory.filePath(QStringLiteral("server.pem")),
-                                    directory.filePath(QStringLiteral("server.pem")), &error));
+    const TestCertificates certificates;
+    ASSERT_TRUE(certificates.ok()) << certificates.error().toStdString();
+    EXPECT_FALSE(server.setTlsFiles(certificates.serverCertificatePath(), certificates.serverCertificatePath(), &error));
     EXPECT_TRUE(error.contains(QStringLiteral("private key"))) << error.toStdString();
     EXPECT_FALSE(server.isTls());
 }

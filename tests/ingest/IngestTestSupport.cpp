@@ -1,11 +1,9 @@
 #include "IngestTestSupport.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QSslConfiguration>
 
@@ -34,22 +32,6 @@ QNetworkAccessManager& manager()
 {
     static QNetworkAccessManager* nam = new QNetworkAccessManager;
     return *nam;
-}
-
-bool runOpenssl(const QString& directory, const QStringList& arguments, QString* error)
-{
-    QProcess openssl;
-    openssl.setWorkingDirectory(directory);
-    openssl.setProcessChannelMode(QProcess::MergedChannels);
-    openssl.start(QStringLiteral("openssl"), arguments);
-    if (!openssl.waitForFinished(kExchangeLimitMs) || openssl.exitStatus() != QProcess::NormalExit
-        || openssl.exitCode() != 0) {
-        *error = QStringLiteral("openssl %1 failed: %2 %3")
-                     .arg(arguments.join(QLatin1Char(' ')), openssl.errorString(),
-                          QString::fromLocal8Bit(openssl.readAll()));
-        return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -171,41 +153,6 @@ Answer postControl(const QUrl& baseUrl, const QJsonObject& changes)
     QNetworkRequest request(baseUrl.resolved(QUrl(QStringLiteral("/zp-ingest/control"))));
     request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
     return finish(manager().post(request, QJsonDocument(changes).toJson(QJsonDocument::Compact)));
-}
-
-bool makeCertificates(const QString& directory, const QString& keyType, QString* error)
-{
-    const QStringList newKey = keyType == QLatin1String("rsa")
-        ? QStringList{QStringLiteral("-newkey"), QStringLiteral("rsa:2048")}
-        : QStringList{QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
-                      QStringLiteral("ec_paramgen_curve:prime256v1")};
-    QFile extensions(directory + QStringLiteral("/server.ext"));
-    if (!extensions.open(QIODevice::WriteOnly)
-        || extensions.write("subjectAltName=IP:127.0.0.1\n"
-                            "basicConstraints=CA:FALSE\n"
-                            "keyUsage=critical,digitalSignature,keyEncipherment\n"
-                            "extendedKeyUsage=serverAuth\n")
-            < 0) {
-        *error = extensions.errorString();
-        return false;
-    }
-    extensions.close();
-    return runOpenssl(directory,
-                      QStringList{"req", "-x509", "-nodes", "-days", "2", "-subj", "/CN=zp-ingest test CA",
-                                  "-keyout", "ca.key", "-out", "ca.pem", "-addext",
-                                  "basicConstraints=critical,CA:TRUE", "-addext",
-                                  "keyUsage=critical,keyCertSign,cRLSign"}
-                          + newKey,
-                      error)
-        && runOpenssl(directory,
-                      QStringList{"req", "-new", "-nodes", "-subj", "/CN=127.0.0.1", "-keyout", "server.key", "-out",
-                                  "server.csr"}
-                          + newKey,
-                      error)
-        && runOpenssl(directory,
-                      {"x509", "-req", "-in", "server.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-CAcreateserial",
-                       "-days", "2", "-extfile", "server.ext", "-out", "server.pem"},
-                      error);
 }
 
 } // namespace ingest_test

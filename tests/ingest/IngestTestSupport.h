@@ -54,9 +54,4 @@ Answer post(const QUrl& url, const QByteArray& payload, const QList<QSslCertific
 Answer get(const QUrl& url);
 Answer postControl(const QUrl& baseUrl, const QJsonObject& changes);
 
-// A CA and a server certificate for IP 127.0.0.1 signed by it, made with the
-// openssl command-line tool in `directory`: ca.pem, server.pem, server.key.
-// `keyType` is "ec" or "rsa". False with *error set when openssl failed.
-bool makeCertificates(const QString& directory, const QString& keyType, QString* error);
-
 } // namespace ingest_test

@@ -6,35 +6,41 @@
 #include <QSslKey>
 #include <QSslSocket>
 
-TestCertificates::TestCertificates()
+TestCertificates::TestCertificates(KeyType keyType)
 {
     if (!mDir.isValid()) {
         mError = QStringLiteral("no temporary folder");
         return;
     }
+    const bool rsa = keyType == KeyType::Rsa;
     const QString extensions = mDir.filePath(QStringLiteral("server.ext"));
     QFile extensionFile(extensions);
+    // An RSA key may also carry the TLS key exchange (key encipherment).
+    const QByteArray keyUsage = rsa ? QByteArrayLiteral("keyUsage=critical,digitalSignature,keyEncipherment\n")
+                                    : QByteArrayLiteral("keyUsage=critical,digitalSignature\n");
     if (!extensionFile.open(QIODevice::WriteOnly)
-        || extensionFile.write("subjectAltName=IP:127.0.0.1\n"
-                               "basicConstraints=critical,CA:FALSE\n"
-                               "keyUsage=critical,digitalSignature\n"
-                               "extendedKeyUsage=serverAuth\n") < 0) {
+        || extensionFile.write(QByteArrayLiteral("subjectAltName=IP:127.0.0.1\n"
+                                                 "basicConstraints=critical,CA:FALSE\n")
+                               + keyUsage + QByteArrayLiteral("extendedKeyUsage=serverAuth\n"))
+            < 0) {
         mError = QStringLiteral("cannot write %1").arg(extensions);
         return;
     }
     extensionFile.close();
 
-    const QStringList ecKey = {QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
-                               QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes")};
+    const QStringList newKey = rsa
+        ? QStringList{QStringLiteral("-newkey"), QStringLiteral("rsa:2048"), QStringLiteral("-nodes")}
+        : QStringList{QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
+                      QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes")};
     const QString serial =
         QStringLiteral("0x%1").arg(QRandomGenerator::global()->generate64() >> 1, 0, 16);
-    if (!run(QStringList{QStringLiteral("req"), QStringLiteral("-x509")} + ecKey
+    if (!run(QStringList{QStringLiteral("req"), QStringLiteral("-x509")} + newKey
              + QStringList{QStringLiteral("-keyout"), QStringLiteral("ca.key"), QStringLiteral("-out"),
                            QStringLiteral("ca.pem"), QStringLiteral("-days"), QStringLiteral("2"),
                            QStringLiteral("-subj"), QStringLiteral("/CN=ZpToolboxLite test authority"),
                            QStringLiteral("-addext"), QStringLiteral("basicConstraints=critical,CA:TRUE"),
                            QStringLiteral("-addext"), QStringLiteral("keyUsage=critical,keyCertSign,cRLSign")})
-        || !run(QStringList{QStringLiteral("req")} + ecKey
+        || !run(QStringList{QStringLiteral("req")} + newKey
                 + QStringList{QStringLiteral("-keyout"), QStringLiteral("server.key"), QStringLiteral("-out"),
                               QStringLiteral("server.csr"), QStringLiteral("-subj"), QStringLiteral("/CN=127.0.0.1")})
         || !run({QStringLiteral("x509"), QStringLiteral("-req"), QStringLiteral("-in"), QStringLiteral("server.csr"),
@@ -48,7 +54,7 @@ TestCertificates::TestCertificates()
     const QList<QSslCertificate> server =
         QSslCertificate::fromPath(mDir.filePath(QStringLiteral("server.pem")), QSsl::Pem);
     QFile keyFile(mDir.filePath(QStringLiteral("server.key")));
-    const QSslKey key = keyFile.open(QIODevice::ReadOnly) ? QSslKey(&keyFile, QSsl::Ec) : QSslKey();
+    const QSslKey key = keyFile.open(QIODevice::ReadOnly) ? QSslKey(&keyFile, rsa ? QSsl::Rsa : QSsl::Ec) : QSslKey();
     if (mAuthority.size() != 1 || server.size() != 1 || key.isNull()) {
         mError = QStringLiteral("openssl's output could not be loaded");
         return;

@@ -9,13 +9,14 @@
 #include <QString>
 #include <QTemporaryDir>
 
-#include <memory>
-
 class TestCertificates
 {
 public:
+    // The kind of key of both certificates: EC on curve P-256, or 2048-bit RSA.
+    enum class KeyType { Ec, Rsa };
+
     // Check ok() before use; error() says what went wrong.
-    TestCertificates();
+    explicit TestCertificates(KeyType keyType = KeyType::Ec);
 
     bool ok() const { return mError.isEmpty(); }
     QString error() const { return mError; }

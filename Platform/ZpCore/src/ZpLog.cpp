@@ -10,8 +10,9 @@
 
 namespace {
 
-// Returns false when CoreFoundation could not format (nothing is logged then).
-bool formatCF(CFStringRef format, va_list args, std::string* out)
+// Each returns false when the message could not be formatted (nothing is logged
+// then): a CoreFoundation format, and a printf format of UTF-8.
+bool formatMessage(CFStringRef format, va_list args, std::string* out)
 {
     CFStringRef text = CFStringCreateWithFormatAndArguments(kCFAllocatorDefault, nullptr, format, args);
     if (!text)
@@ -21,7 +22,7 @@ bool formatCF(CFStringRef format, va_list args, std::string* out)
     return true;
 }
 
-bool formatPrintf(const char* format, va_list args, std::string* out)
+bool formatMessage(const char* format, va_list args, std::string* out)
 {
     va_list measure;
     va_copy(measure, args);
@@ -39,9 +40,24 @@ bool formatPrintfArguments(std::string* out, const char* format, ...)
 {
     va_list args;
     va_start(args, format);
-    const bool formatted = formatPrintf(format, args, out);
+    const bool formatted = formatMessage(format, args, out);
     va_end(args);
     return formatted;
+}
+
+// What the variadic log functions share: formats the message and writes it at
+// `level` in `category` (none when NULL). A NULL format, or one that cannot be
+// formatted, logs nothing. The caller owns `args` (va_start and va_end).
+template <typename Format>
+void logFormatted(int32_t level, CFStringRef category, Format format, va_list args)
+{
+    if (!format)
+        return;
+    std::string message;
+    if (!formatMessage(format, args, &message))
+        return;
+    const std::string categoryText = ZpCFStringUtf8(category);
+    ZpLogger::instance().write(level, category ? categoryText.c_str() : nullptr, message, 0, nullptr, 0);
 }
 
 } // namespace
@@ -50,44 +66,27 @@ extern "C" {
 
 void ZpLog(CFStringRef format, ...)
 {
-    if (!format)
-        return;
-    std::string message;
     va_list args;
     va_start(args, format);
-    const bool formatted = formatCF(format, args, &message);
+    logFormatted(kZpLogLevelInfo, nullptr, format, args);
     va_end(args);
-    if (formatted)
-        ZpLogger::instance().write(kZpLogLevelInfo, nullptr, message, 0, nullptr, 0);
 }
 
 void ZpLogWithParams(int32_t level, CFStringRef category, int32_t flags, CFStringRef format, ...)
 {
     (void)flags; // reserved: the product passes 0 and nothing depends on it yet
-    if (!format)
-        return;
-    std::string message;
     va_list args;
     va_start(args, format);
-    const bool formatted = formatCF(format, args, &message);
+    logFormatted(level, category, format, args);
     va_end(args);
-    if (!formatted)
-        return;
-    const std::string categoryText = ZpCFStringUtf8(category);
-    ZpLogger::instance().write(level, category ? categoryText.c_str() : nullptr, message, 0, nullptr, 0);
 }
 
 void ZpLogUTF8(const char* format, ...)
 {
-    if (!format)
-        return;
-    std::string message;
     va_list args;
     va_start(args, format);
-    const bool formatted = formatPrintf(format, args, &message);
+    logFormatted(kZpLogLevelInfo, nullptr, format, args);
     va_end(args);
-    if (formatted)
-        ZpLogger::instance().write(kZpLogLevelInfo, nullptr, message, 0, nullptr, 0);
 }
 
 void ZpLogEvent(int32_t eventCode, const char* sourcePath, int32_t line)

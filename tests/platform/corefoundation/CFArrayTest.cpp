@@ -7,7 +7,7 @@ using zpcf_test::createString;
 using zpcf_test::describe;
 using zpcf_test::Owned;
 
-TEST(zpcf_CFArray, TypeCallBacksRetainAndReleaseValues) {
+TEST(CFArray, TypeCallBacksRetainAndReleaseValues) {
     CFStringRef a = createString("a");
     CFStringRef b = createString("b");
     const void *values[] = {a, b};
@@ -27,7 +27,7 @@ TEST(zpcf_CFArray, TypeCallBacksRetainAndReleaseValues) {
     CFRelease(b);
 }
 
-TEST(zpcf_CFArray, MutableArrayRetainsAppendedValues) {
+TEST(CFArray, MutableArrayRetainsAppendedValues) {
     CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks);
     ASSERT_NE(array, nullptr);
     EXPECT_EQ(CFArrayGetCount(array), 0);
@@ -41,7 +41,7 @@ TEST(zpcf_CFArray, MutableArrayRetainsAppendedValues) {
     CFRelease(value);
 }
 
-TEST(zpcf_CFArray, NullCallBacksKeepRawPointers) {
+TEST(CFArray, NullCallBacksKeepRawPointers) {
     int first = 1, second = 2;
     const void *values[] = {&first, &second};
     Owned<CFArrayRef> array(CFArrayCreate(nullptr, values, 2, nullptr));
@@ -54,7 +54,7 @@ TEST(zpcf_CFArray, NullCallBacksKeepRawPointers) {
     CFRelease(str);
 }
 
-TEST(zpcf_CFArray, CustomCallBacksAreCalled) {
+TEST(CFArray, CustomCallBacksAreCalled) {
     static int retained = 0, released = 0;
     retained = released = 0;
     CFArrayCallBacks counting = {0, [](CFAllocatorRef, const void *v) { ++retained; return v; },
@@ -69,7 +69,7 @@ TEST(zpcf_CFArray, CustomCallBacksAreCalled) {
     EXPECT_EQ(released, 2);
 }
 
-TEST(zpcf_CFArray, OutOfRangeAndNullAreTolerated) {
+TEST(CFArray, OutOfRangeAndNullAreTolerated) {
     const void *values[] = {CFSTR("only")};
     Owned<CFArrayRef> array(CFArrayCreate(nullptr, values, 1, &kCFTypeArrayCallBacks));
     EXPECT_EQ(CFArrayGetValueAtIndex(array, 1), nullptr);
@@ -87,7 +87,7 @@ TEST(zpcf_CFArray, OutOfRangeAndNullAreTolerated) {
     EXPECT_EQ(CFArrayGetCount(empty), 0);
 }
 
-TEST(zpcf_CFArray, EqualityUsesTheEqualCallBack) {
+TEST(CFArray, EqualityUsesTheEqualCallBack) {
     Owned<CFStringRef> created(createString("x"));
     const void *constant[] = {CFSTR("x")};
     const void *dynamic[] = {created.get()};
@@ -102,7 +102,7 @@ TEST(zpcf_CFArray, EqualityUsesTheEqualCallBack) {
     EXPECT_FALSE(CFEqual(a, shorter));
 }
 
-TEST(zpcf_CFArray, DescriptionNestsCollections) {
+TEST(CFArray, DescriptionNestsCollections) {
     const void *inner[] = {CFSTR("x")};
     Owned<CFArrayRef> nested(CFArrayCreate(nullptr, inner, 1, &kCFTypeArrayCallBacks));
     const int seven = 7;

@@ -12,7 +12,7 @@ using zpcf_test::describe;
 using zpcf_test::Owned;
 using zpcf_test::utf8;
 
-TEST(zpcf_CFBase, ConstantValuesMatchApple) {
+TEST(CFBase, ConstantValuesMatchApple) {
     EXPECT_EQ(kCFNotFound, -1);
     EXPECT_EQ(kCFCompareLessThan, -1);
     EXPECT_EQ(kCFCompareEqualTo, 0);
@@ -28,7 +28,7 @@ TEST(zpcf_CFBase, ConstantValuesMatchApple) {
     EXPECT_EQ(range.length, 4);
 }
 
-TEST(zpcf_CFBase, CreateGivesOneReferenceAndRetainReleaseCount) {
+TEST(CFBase, CreateGivesOneReferenceAndRetainReleaseCount) {
     CFStringRef str = createString("counted");
     ASSERT_NE(str, nullptr);
     EXPECT_EQ(CFGetRetainCount(str), 1);
@@ -39,7 +39,7 @@ TEST(zpcf_CFBase, CreateGivesOneReferenceAndRetainReleaseCount) {
     CFRelease(str);
 }
 
-TEST(zpcf_CFBase, NullIsToleratedWhereCFReturnsNothing) {
+TEST(CFBase, NullIsToleratedWhereCFReturnsNothing) {
     CFRelease(nullptr); // must not crash
     EXPECT_EQ(CFRetain(nullptr), nullptr);
     EXPECT_EQ(CFGetRetainCount(nullptr), 0);
@@ -51,7 +51,7 @@ TEST(zpcf_CFBase, NullIsToleratedWhereCFReturnsNothing) {
     EXPECT_FALSE(CFEqual(nullptr, CFSTR("a")));
 }
 
-TEST(zpcf_CFBase, TypeIdsAreDistinctAndReported) {
+TEST(CFBase, TypeIdsAreDistinctAndReported) {
     Owned<CFStringRef> str(createString("s"));
     const int value = 1;
     Owned<CFNumberRef> number(CFNumberCreate(nullptr, kCFNumberIntType, &value));
@@ -75,7 +75,7 @@ TEST(zpcf_CFBase, TypeIdsAreDistinctAndReported) {
             EXPECT_NE(ids[i], ids[j]);
 }
 
-TEST(zpcf_CFBase, EqualAndHashFollowContents) {
+TEST(CFBase, EqualAndHashFollowContents) {
     Owned<CFStringRef> a(createString("same text"));
     Owned<CFStringRef> b(createString("same text"));
     Owned<CFStringRef> c(createString("other text"));
@@ -92,7 +92,7 @@ TEST(zpcf_CFBase, EqualAndHashFollowContents) {
     EXPECT_FALSE(CFEqual(number, CFSTR("1")));
 }
 
-TEST(zpcf_CFBase, DescriptionsAreReadable) {
+TEST(CFBase, DescriptionsAreReadable) {
     EXPECT_EQ(describe(CFSTR("plain text")), "plain text");
     EXPECT_EQ(describe(kCFBooleanTrue), "true");
     EXPECT_EQ(describe(kCFBooleanFalse), "false");
@@ -106,7 +106,7 @@ TEST(zpcf_CFBase, DescriptionsAreReadable) {
     EXPECT_EQ(describe(url), "file:///tmp/a%20b");
 }
 
-TEST(zpcf_CFBase, CopyDescriptionOfMutableStringIsASnapshot) {
+TEST(CFBase, CopyDescriptionOfMutableStringIsASnapshot) {
     Owned<CFMutableStringRef> str(CFStringCreateMutable(nullptr, 0));
     CFStringAppend(str, CFSTR("before"));
     Owned<CFStringRef> description(CFCopyDescription(str));
@@ -115,7 +115,7 @@ TEST(zpcf_CFBase, CopyDescriptionOfMutableStringIsASnapshot) {
     EXPECT_NE(static_cast<CFTypeRef>(description.get()), static_cast<CFTypeRef>(str.get()));
 }
 
-TEST(zpcf_CFBase, ReleaseFromManyThreadsDestroysExactlyOnce) {
+TEST(CFBase, ReleaseFromManyThreadsDestroysExactlyOnce) {
     // An array with the CFType callbacks holds one reference to the probe; it
     // is released by whichever thread drops the array's last reference.
     Owned<CFStringRef> probe(createString("probe"));

@@ -15,7 +15,7 @@ using zpcf_test::createString;
 using zpcf_test::Owned;
 using zpcf_test::utf8;
 
-TEST(zpcf_CFConstantString, SameTextGivesSamePointerInEveryUnitAndLibrary) {
+TEST(CFConstantString, SameTextGivesSamePointerInEveryUnitAndLibrary) {
     CFStringRef here = CFSTR("zpcf shared literal");
     ASSERT_NE(here, nullptr);
     EXPECT_EQ(utf8(here), "zpcf shared literal");
@@ -25,7 +25,7 @@ TEST(zpcf_CFConstantString, SameTextGivesSamePointerInEveryUnitAndLibrary) {
     EXPECT_NE(here, CFSTR("zpcf other literal"));
 }
 
-TEST(zpcf_CFConstantString, TextNotPointerDecidesIdentity) {
+TEST(CFConstantString, TextNotPointerDecidesIdentity) {
     // Two different arrays holding the same text are one constant string.
     const std::string first = "built at run time";
     const std::string second = first;
@@ -34,7 +34,7 @@ TEST(zpcf_CFConstantString, TextNotPointerDecidesIdentity) {
     EXPECT_EQ(__CFStringMakeConstantString(nullptr), nullptr);
 }
 
-TEST(zpcf_CFConstantString, RetainAndReleaseNeverFreeIt) {
+TEST(CFConstantString, RetainAndReleaseNeverFreeIt) {
     CFStringRef constant = CFSTR("zpcf immortal");
     const CFIndex count = CFGetRetainCount(constant);
     EXPECT_GT(count, 1000000);
@@ -46,7 +46,7 @@ TEST(zpcf_CFConstantString, RetainAndReleaseNeverFreeIt) {
     EXPECT_EQ(CFSTR("zpcf immortal"), constant);
 }
 
-TEST(zpcf_CFConstantString, NonAsciiLiteral) {
+TEST(CFConstantString, NonAsciiLiteral) {
     CFStringRef constant = CFSTR("caf\xC3\xA9 \xE4\xB8\xAD");
     EXPECT_EQ(CFStringGetLength(constant), 6);
     Owned<CFStringRef> created(createString("caf\xC3\xA9 \xE4\xB8\xAD"));
@@ -54,7 +54,7 @@ TEST(zpcf_CFConstantString, NonAsciiLiteral) {
     EXPECT_EQ(CFStringGetCStringPtr(constant, kCFStringEncodingUTF8), nullptr);
 }
 
-TEST(zpcf_CFConstantString, ConcurrentFirstUseGivesOneObject) {
+TEST(CFConstantString, ConcurrentFirstUseGivesOneObject) {
     constexpr int kThreads = 8;
     constexpr int kTexts = 200;
     std::vector<std::vector<CFStringRef>> seen(kThreads, std::vector<CFStringRef>(kTexts));

@@ -30,7 +30,7 @@ std::vector<std::string> keysInOrder(CFDictionaryRef dict) {
 
 } // namespace
 
-TEST(zpcf_CFDictionary, ConstantAndCreatedStringsAreTheSameKey) {
+TEST(CFDictionary, ConstantAndCreatedStringsAreTheSameKey) {
     Owned<CFMutableDictionaryRef> dict(createTypeDictionary());
     CFDictionarySetValue(dict, CFSTR("product"), CFSTR("toolbox"));
     Owned<CFStringRef> created(createString("product"));
@@ -49,7 +49,7 @@ TEST(zpcf_CFDictionary, ConstantAndCreatedStringsAreTheSameKey) {
     EXPECT_EQ(CFDictionaryGetValue(dict, CFSTR("product")), CFSTR("other"));
 }
 
-TEST(zpcf_CFDictionary, KeysAndValuesAreRetainedAndReleased) {
+TEST(CFDictionary, KeysAndValuesAreRetainedAndReleased) {
     CFStringRef key = createString("key");
     CFStringRef value = createString("value");
     CFStringRef replacement = createString("replacement");
@@ -82,7 +82,7 @@ TEST(zpcf_CFDictionary, KeysAndValuesAreRetainedAndReleased) {
     CFRelease(replacement);
 }
 
-TEST(zpcf_CFDictionary, AddValueDoesNothingWhenTheKeyExists) {
+TEST(CFDictionary, AddValueDoesNothingWhenTheKeyExists) {
     Owned<CFMutableDictionaryRef> dict(createTypeDictionary());
     Owned<CFStringRef> second(createString("second"));
     CFDictionaryAddValue(dict, CFSTR("k"), CFSTR("first"));
@@ -92,7 +92,7 @@ TEST(zpcf_CFDictionary, AddValueDoesNothingWhenTheKeyExists) {
     EXPECT_EQ(CFDictionaryGetCount(dict), 1);
 }
 
-TEST(zpcf_CFDictionary, GetValueIfPresentTellsAbsentFromNull) {
+TEST(CFDictionary, GetValueIfPresentTellsAbsentFromNull) {
     int marker = 0;
     Owned<CFMutableDictionaryRef> dict(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, nullptr));
     CFDictionarySetValue(dict, CFSTR("null"), nullptr);
@@ -110,7 +110,7 @@ TEST(zpcf_CFDictionary, GetValueIfPresentTellsAbsentFromNull) {
     EXPECT_EQ(CFDictionaryGetValue(dict, CFSTR("absent")), nullptr);
 }
 
-TEST(zpcf_CFDictionary, IterationFollowsInsertionOrder) {
+TEST(CFDictionary, IterationFollowsInsertionOrder) {
     Owned<CFMutableDictionaryRef> dict(createTypeDictionary());
     for (const char *key : {"zeta", "alpha", "mid", "beta"}) {
         Owned<CFStringRef> k(createString(key));
@@ -123,7 +123,7 @@ TEST(zpcf_CFDictionary, IterationFollowsInsertionOrder) {
     EXPECT_EQ(describe(dict), "{\n    zeta = true;\n    alpha = false;\n    beta = true;\n    mid = false;\n}");
 }
 
-TEST(zpcf_CFDictionary, CreateWithArraysAndRepeatedKeys) {
+TEST(CFDictionary, CreateWithArraysAndRepeatedKeys) {
     const void *keys[] = {CFSTR("a"), CFSTR("b"), CFSTR("a")};
     const void *values[] = {CFSTR("1"), CFSTR("2"), CFSTR("3")};
     Owned<CFDictionaryRef> dict(CFDictionaryCreate(nullptr, keys, values, 3, &kCFTypeDictionaryKeyCallBacks,
@@ -139,7 +139,7 @@ TEST(zpcf_CFDictionary, CreateWithArraysAndRepeatedKeys) {
     EXPECT_EQ(CFDictionaryCreate(nullptr, nullptr, values, 1, nullptr, nullptr), nullptr);
 }
 
-TEST(zpcf_CFDictionary, NullCallBacksMeanIdentityAndNoRetain) {
+TEST(CFDictionary, NullCallBacksMeanIdentityAndNoRetain) {
     Owned<CFStringRef> key(createString("k"));
     Owned<CFStringRef> equalKey(createString("k"));
     Owned<CFStringRef> value(createString("v"));
@@ -154,7 +154,7 @@ TEST(zpcf_CFDictionary, NullCallBacksMeanIdentityAndNoRetain) {
     EXPECT_EQ(CFDictionaryGetValue(dict, &rawKey), &rawKey);
 }
 
-TEST(zpcf_CFDictionary, MutableCopyRetainsAgainAndIsIndependent) {
+TEST(CFDictionary, MutableCopyRetainsAgainAndIsIndependent) {
     Owned<CFMutableDictionaryRef> original(createTypeDictionary());
     Owned<CFStringRef> value(createString("v"));
     CFDictionarySetValue(original, CFSTR("k"), value);
@@ -178,7 +178,7 @@ TEST(zpcf_CFDictionary, MutableCopyRetainsAgainAndIsIndependent) {
     EXPECT_EQ(CFGetRetainCount(key), 2); // the empty copy uses the CFType callbacks
 }
 
-TEST(zpcf_CFDictionary, EqualityComparesEntriesNotOrder) {
+TEST(CFDictionary, EqualityComparesEntriesNotOrder) {
     Owned<CFMutableDictionaryRef> a(createTypeDictionary());
     Owned<CFMutableDictionaryRef> b(createTypeDictionary());
     CFDictionarySetValue(a, CFSTR("x"), CFSTR("1"));
@@ -192,7 +192,7 @@ TEST(zpcf_CFDictionary, EqualityComparesEntriesNotOrder) {
     EXPECT_FALSE(CFEqual(a, b));
 }
 
-TEST(zpcf_CFDictionary, NullDictionaryIsTolerated) {
+TEST(CFDictionary, NullDictionaryIsTolerated) {
     EXPECT_EQ(CFDictionaryGetCount(nullptr), 0);
     EXPECT_EQ(CFDictionaryGetValue(nullptr, CFSTR("k")), nullptr);
     EXPECT_FALSE(CFDictionaryContainsKey(nullptr, CFSTR("k")));
@@ -206,7 +206,7 @@ TEST(zpcf_CFDictionary, NullDictionaryIsTolerated) {
     EXPECT_EQ(CFDictionaryGetCount(dict), 0);
 }
 
-TEST(zpcf_CFDictionary, CallBackConstantsHaveAppleLayout) {
+TEST(CFDictionary, CallBackConstantsHaveAppleLayout) {
     EXPECT_EQ(kCFTypeDictionaryKeyCallBacks.version, 0);
     EXPECT_NE(kCFTypeDictionaryKeyCallBacks.retain, nullptr);
     EXPECT_NE(kCFTypeDictionaryKeyCallBacks.release, nullptr);

@@ -10,7 +10,20 @@
 using zpcf_test::describe;
 using zpcf_test::Owned;
 
-TEST(zpcf_CFNumber, TypeConstantsMatchApple) {
+namespace {
+
+// Makes a number of `type` holding `value` and reads it back as `outType` into
+// *out: what CFNumberGetValue answers (false for a lossy conversion).
+template <typename In, typename Out>
+bool convert(In value, CFNumberType type, CFNumberType outType, Out *out) {
+    Owned<CFNumberRef> number(CFNumberCreate(nullptr, type, &value));
+    EXPECT_TRUE(number);
+    return CFNumberGetValue(number, outType, out);
+}
+
+} // namespace
+
+TEST(CFNumber, TypeConstantsMatchApple) {
     EXPECT_EQ(kCFNumberSInt8Type, 1);
     EXPECT_EQ(kCFNumberSInt16Type, 2);
     EXPECT_EQ(kCFNumberSInt32Type, 3);
@@ -30,7 +43,7 @@ TEST(zpcf_CFNumber, TypeConstantsMatchApple) {
     EXPECT_EQ(kCFNumberMaxType, 16);
 }
 
-TEST(zpcf_CFNumber, GetTypeReportsTheCanonicalType) {
+TEST(CFNumber, GetTypeReportsTheCanonicalType) {
     const int i = 1;
     const long l = 2;
     const long long ll = 3;
@@ -52,7 +65,7 @@ TEST(zpcf_CFNumber, GetTypeReportsTheCanonicalType) {
     EXPECT_EQ(CFNumberGetType(nullptr), 0);
 }
 
-TEST(zpcf_CFNumber, ExactConversionsSucceed) {
+TEST(CFNumber, ExactConversionsSucceed) {
     const SInt32 value = -123456;
     Owned<CFNumberRef> number(CFNumberCreate(nullptr, kCFNumberSInt32Type, &value));
     SInt64 wide = 0;
@@ -74,61 +87,46 @@ TEST(zpcf_CFNumber, ExactConversionsSucceed) {
     EXPECT_TRUE(CFNumberGetValue(number, kCFNumberFloatType, &asFloat));
     EXPECT_EQ(asFloat, -123456.0f);
 
-    const double whole = 8.0;
-    Owned<CFNumberRef> wholeNumber(CFNumberCreate(nullptr, kCFNumberFloat64Type, &whole));
     SInt32 fromWhole = 0;
-    EXPECT_TRUE(CFNumberGetValue(wholeNumber, kCFNumberSInt32Type, &fromWhole));
+    EXPECT_TRUE(convert(8.0, kCFNumberFloat64Type, kCFNumberSInt32Type, &fromWhole));
     EXPECT_EQ(fromWhole, 8);
 }
 
-TEST(zpcf_CFNumber, LossyConversionsReturnFalseAndStillWrite) {
-    const double fraction = 3.75;
-    Owned<CFNumberRef> real(CFNumberCreate(nullptr, kCFNumberDoubleType, &fraction));
+TEST(CFNumber, LossyConversionsReturnFalseAndStillWrite) {
     SInt32 truncated = 0;
-    EXPECT_FALSE(CFNumberGetValue(real, kCFNumberSInt32Type, &truncated));
+    EXPECT_FALSE(convert(3.75, kCFNumberDoubleType, kCFNumberSInt32Type, &truncated));
     EXPECT_EQ(truncated, 3);
 
     const SInt64 big = 5000000000LL;
-    Owned<CFNumberRef> large(CFNumberCreate(nullptr, kCFNumberSInt64Type, &big));
     SInt32 clamped = 0;
-    EXPECT_FALSE(CFNumberGetValue(large, kCFNumberSInt32Type, &clamped));
+    EXPECT_FALSE(convert(big, kCFNumberSInt64Type, kCFNumberSInt32Type, &clamped));
     EXPECT_EQ(clamped, std::numeric_limits<SInt32>::max());
     SInt64 exact = 0;
-    EXPECT_TRUE(CFNumberGetValue(large, kCFNumberSInt64Type, &exact));
+    EXPECT_TRUE(convert(big, kCFNumberSInt64Type, kCFNumberSInt64Type, &exact));
     EXPECT_EQ(exact, big);
 
-    const SInt64 notADouble = (1LL << 53) + 1;
-    Owned<CFNumberRef> precise(CFNumberCreate(nullptr, kCFNumberSInt64Type, &notADouble));
     double approx = 0;
-    EXPECT_FALSE(CFNumberGetValue(precise, kCFNumberFloat64Type, &approx));
+    EXPECT_FALSE(convert(SInt64((1LL << 53) + 1), kCFNumberSInt64Type, kCFNumberFloat64Type, &approx));
     EXPECT_EQ(approx, 9007199254740992.0);
 
-    const double tenth = 0.1;
-    Owned<CFNumberRef> tenthNumber(CFNumberCreate(nullptr, kCFNumberFloat64Type, &tenth));
     float narrowed = 0;
-    EXPECT_FALSE(CFNumberGetValue(tenthNumber, kCFNumberFloat32Type, &narrowed));
+    EXPECT_FALSE(convert(0.1, kCFNumberFloat64Type, kCFNumberFloat32Type, &narrowed));
     EXPECT_EQ(narrowed, 0.1f);
 
-    const double huge = -1e30;
-    Owned<CFNumberRef> hugeNumber(CFNumberCreate(nullptr, kCFNumberFloat64Type, &huge));
     SInt64 low = 0;
-    EXPECT_FALSE(CFNumberGetValue(hugeNumber, kCFNumberSInt64Type, &low));
+    EXPECT_FALSE(convert(-1e30, kCFNumberFloat64Type, kCFNumberSInt64Type, &low));
     EXPECT_EQ(low, std::numeric_limits<SInt64>::min());
 
-    const double nan = std::nan("");
-    Owned<CFNumberRef> nanNumber(CFNumberCreate(nullptr, kCFNumberFloat64Type, &nan));
     SInt32 fromNan = 5;
-    EXPECT_FALSE(CFNumberGetValue(nanNumber, kCFNumberSInt32Type, &fromNan));
+    EXPECT_FALSE(convert(std::nan(""), kCFNumberFloat64Type, kCFNumberSInt32Type, &fromNan));
     EXPECT_EQ(fromNan, 0);
 
-    const SInt16 s = 300;
-    Owned<CFNumberRef> shortNumber(CFNumberCreate(nullptr, kCFNumberSInt16Type, &s));
     SInt8 byte = 0;
-    EXPECT_FALSE(CFNumberGetValue(shortNumber, kCFNumberSInt8Type, &byte));
+    EXPECT_FALSE(convert(SInt16(300), kCFNumberSInt16Type, kCFNumberSInt8Type, &byte));
     EXPECT_EQ(byte, 127);
 }
 
-TEST(zpcf_CFNumber, ValuesOfEverySizeAreReadWithTheirOwnWidth) {
+TEST(CFNumber, ValuesOfEverySizeAreReadWithTheirOwnWidth) {
     const SInt8 s8 = -8;
     const SInt16 s16 = -16000;
     const SInt64 s64 = INT64_MIN;
@@ -154,7 +152,7 @@ TEST(zpcf_CFNumber, ValuesOfEverySizeAreReadWithTheirOwnWidth) {
     EXPECT_EQ(bytes[1], 0xAA);
 }
 
-TEST(zpcf_CFNumber, EqualityAcrossTypesAndDescriptions) {
+TEST(CFNumber, EqualityAcrossTypesAndDescriptions) {
     const int one = 1;
     const double oneReal = 1.0;
     const double half = 0.5;
@@ -175,7 +173,7 @@ TEST(zpcf_CFNumber, EqualityAcrossTypesAndDescriptions) {
     EXPECT_EQ(describe(Owned<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberLongType, &negative))), "-42");
 }
 
-TEST(zpcf_CFNumber, NullAndUnknownTypes) {
+TEST(CFNumber, NullAndUnknownTypes) {
     const int value = 3;
     EXPECT_EQ(CFNumberCreate(nullptr, kCFNumberIntType, nullptr), nullptr);
     EXPECT_EQ(CFNumberCreate(nullptr, 0, &value), nullptr);
@@ -188,7 +186,7 @@ TEST(zpcf_CFNumber, NullAndUnknownTypes) {
     EXPECT_EQ(CFGetRetainCount(number), 1);
 }
 
-TEST(zpcf_CFBoolean, ConstantsAndValues) {
+TEST(CFBoolean, ConstantsAndValues) {
     EXPECT_TRUE(CFBooleanGetValue(kCFBooleanTrue));
     EXPECT_FALSE(CFBooleanGetValue(kCFBooleanFalse));
     EXPECT_FALSE(CFBooleanGetValue(nullptr));

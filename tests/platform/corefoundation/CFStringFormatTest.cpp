@@ -23,7 +23,7 @@ std::string format(CFStringRef fmt, ...) {
 
 } // namespace
 
-TEST(zpcf_CFStringFormat, ObjectConversionUsesDescriptions) {
+TEST(CFStringFormat, ObjectConversionUsesDescriptions) {
     Owned<CFStringRef> name(createString("Zoe \xE4\xB8\xAD"));
     const int answer = 42;
     Owned<CFNumberRef> number(CFNumberCreate(nullptr, kCFNumberIntType, &answer));
@@ -34,7 +34,7 @@ TEST(zpcf_CFStringFormat, ObjectConversionUsesDescriptions) {
     EXPECT_EQ(format(CFSTR("[%8@][%-8@]"), CFSTR("abc"), CFSTR("abc")), "[     abc][abc     ]");
 }
 
-TEST(zpcf_CFStringFormat, ObjectConversionOfCollections) {
+TEST(CFStringFormat, ObjectConversionOfCollections) {
     const void *values[] = {CFSTR("one"), CFSTR("two")};
     Owned<CFArrayRef> array(CFArrayCreate(nullptr, values, 2, &kCFTypeArrayCallBacks));
     EXPECT_EQ(format(CFSTR("%@"), array.get()), "(\n    one,\n    two\n)");
@@ -44,7 +44,7 @@ TEST(zpcf_CFStringFormat, ObjectConversionOfCollections) {
     EXPECT_EQ(format(CFSTR("%@"), dict.get()), "{\n    k = one;\n}");
 }
 
-TEST(zpcf_CFStringFormat, SignedIntegers) {
+TEST(CFStringFormat, SignedIntegers) {
     EXPECT_EQ(format(CFSTR("%d|%i"), -12, 34), "-12|34");
     EXPECT_EQ(format(CFSTR("%ld"), -1234567890123L), "-1234567890123");
     EXPECT_EQ(format(CFSTR("%lld"), static_cast<long long>(INT64_MIN)), "-9223372036854775808");
@@ -55,7 +55,7 @@ TEST(zpcf_CFStringFormat, SignedIntegers) {
               "-3|4|-5");
 }
 
-TEST(zpcf_CFStringFormat, UnsignedIntegers) {
+TEST(CFStringFormat, UnsignedIntegers) {
     EXPECT_EQ(format(CFSTR("%u"), 4000000000u), "4000000000");
     EXPECT_EQ(format(CFSTR("%lu"), 18446744073709551615UL), "18446744073709551615");
     EXPECT_EQ(format(CFSTR("%llu"), 18446744073709551615ULL), "18446744073709551615");
@@ -64,7 +64,7 @@ TEST(zpcf_CFStringFormat, UnsignedIntegers) {
     EXPECT_EQ(format(CFSTR("%zu"), static_cast<size_t>(7)), "7");
 }
 
-TEST(zpcf_CFStringFormat, FlagsWidthAndPrecisionOnNumbers) {
+TEST(CFStringFormat, FlagsWidthAndPrecisionOnNumbers) {
     EXPECT_EQ(format(CFSTR("[%5d]"), 42), "[   42]");
     EXPECT_EQ(format(CFSTR("[%-5d]"), 42), "[42   ]");
     EXPECT_EQ(format(CFSTR("[%05d]"), -42), "[-0042]");
@@ -76,7 +76,7 @@ TEST(zpcf_CFStringFormat, FlagsWidthAndPrecisionOnNumbers) {
     EXPECT_EQ(format(CFSTR("[%+.1e]"), 12345.0), "[+1.2e+04]");
 }
 
-TEST(zpcf_CFStringFormat, StarWidthAndPrecision) {
+TEST(CFStringFormat, StarWidthAndPrecision) {
     EXPECT_EQ(format(CFSTR("[%*d]"), 6, 42), "[    42]");
     EXPECT_EQ(format(CFSTR("[%*d]"), -6, 42), "[42    ]"); // negative width: left-aligned
     EXPECT_EQ(format(CFSTR("[%.*f]"), 2, 3.14159), "[3.14]");
@@ -86,7 +86,7 @@ TEST(zpcf_CFStringFormat, StarWidthAndPrecision) {
     EXPECT_EQ(format(CFSTR("[%.*f]"), -1, 1.5), "[1.500000]"); // negative precision: as if none
 }
 
-TEST(zpcf_CFStringFormat, FloatingPoint) {
+TEST(CFStringFormat, FloatingPoint) {
     EXPECT_EQ(format(CFSTR("%f"), 1.5), "1.500000");
     EXPECT_EQ(format(CFSTR("%e"), 1234.5), "1.234500e+03");
     EXPECT_EQ(format(CFSTR("%E"), 0.5), "5.000000E-01");
@@ -98,7 +98,7 @@ TEST(zpcf_CFStringFormat, FloatingPoint) {
     EXPECT_EQ(format(CFSTR("%f"), 1e300).size(), 308u); // long output is not cut
 }
 
-TEST(zpcf_CFStringFormat, CStringsAreUtf8) {
+TEST(CFStringFormat, CStringsAreUtf8) {
     EXPECT_EQ(format(CFSTR("<%s>"), "plain"), "<plain>");
     EXPECT_EQ(format(CFSTR("<%s>"), "\xC3\xA9\xF0\x9F\x98\x80"), "<\xC3\xA9\xF0\x9F\x98\x80>");
     EXPECT_EQ(format(CFSTR("<%s>"), static_cast<const char *>(nullptr)), "<(null)>");
@@ -111,7 +111,7 @@ TEST(zpcf_CFStringFormat, CStringsAreUtf8) {
     EXPECT_EQ(format(CFSTR("<%.2s>"), "a\xF0\x9F\x98\x80"), "<a>");
 }
 
-TEST(zpcf_CFStringFormat, CharactersAndUnicodeConversions) {
+TEST(CFStringFormat, CharactersAndUnicodeConversions) {
     EXPECT_EQ(format(CFSTR("%c%c"), 'o', 'k'), "ok");
     EXPECT_EQ(format(CFSTR("[%3c]"), 'x'), "[  x]");
     EXPECT_EQ(format(CFSTR("%C"), 0x4E2D), "\xE4\xB8\xAD");
@@ -119,7 +119,7 @@ TEST(zpcf_CFStringFormat, CharactersAndUnicodeConversions) {
     EXPECT_EQ(format(CFSTR("%S"), text), "\xC3\xA9" "a");
 }
 
-TEST(zpcf_CFStringFormat, PointersAndPercent) {
+TEST(CFStringFormat, PointersAndPercent) {
     int object = 0;
     char expected[32];
     std::snprintf(expected, sizeof expected, "0x%lx", reinterpret_cast<unsigned long>(&object));
@@ -129,12 +129,12 @@ TEST(zpcf_CFStringFormat, PointersAndPercent) {
     EXPECT_EQ(format(CFSTR("%d%%"), 5), "5%");
 }
 
-TEST(zpcf_CFStringFormat, MixedArgumentsStayInStep) {
+TEST(CFStringFormat, MixedArgumentsStayInStep) {
     EXPECT_EQ(format(CFSTR("%s %d %@ %.2f %lld %c %u"), "s", 1, CFSTR("obj"), 2.0, 3LL, 'c', 4u),
               "s 1 obj 2.00 3 c 4");
 }
 
-TEST(zpcf_CFStringFormat, LiteralTextAndOddFormats) {
+TEST(CFStringFormat, LiteralTextAndOddFormats) {
     Owned<CFStringRef> fmt(createString("\xE4\xB8\xAD %d \xF0\x9F\x98\x80"));
     EXPECT_EQ(format(fmt, 7), "\xE4\xB8\xAD 7 \xF0\x9F\x98\x80");
     EXPECT_EQ(format(CFSTR("no conversions")), "no conversions");
@@ -142,7 +142,7 @@ TEST(zpcf_CFStringFormat, LiteralTextAndOddFormats) {
     EXPECT_EQ(format(CFSTR("%k then %d"), 3), "%k then 3"); // unknown conversion kept, takes nothing
 }
 
-TEST(zpcf_CFStringFormat, CreateWithFormatAndAppendFormat) {
+TEST(CFStringFormat, CreateWithFormatAndAppendFormat) {
     Owned<CFStringRef> created(CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%@-%d"), CFSTR("id"), 9));
     EXPECT_EQ(utf8(created), "id-9");
     Owned<CFMutableStringRef> str(CFStringCreateMutableCopy(nullptr, 0, CFSTR("log: ")));

@@ -32,7 +32,7 @@ std::string encoded(CFStringRef str, CFStringEncoding encoding) {
 
 } // namespace
 
-TEST(zpcf_CFString, EncodingConstantsMatchApple) {
+TEST(CFString, EncodingConstantsMatchApple) {
     EXPECT_EQ(kCFStringEncodingMacRoman, 0u);
     EXPECT_EQ(kCFStringEncodingWindowsLatin1, 0x0500u);
     EXPECT_EQ(kCFStringEncodingISOLatin1, 0x0201u);
@@ -52,7 +52,7 @@ TEST(zpcf_CFString, EncodingConstantsMatchApple) {
     EXPECT_EQ(kCFCompareNumerically, 64);
 }
 
-TEST(zpcf_CFString, NonAsciiRoundTripsThroughUtf8) {
+TEST(CFString, NonAsciiRoundTripsThroughUtf8) {
     Owned<CFStringRef> str(createString(kMixedUtf8));
     ASSERT_TRUE(str);
     EXPECT_EQ(CFStringGetLength(str), 5); // the emoji is a surrogate pair
@@ -62,7 +62,7 @@ TEST(zpcf_CFString, NonAsciiRoundTripsThroughUtf8) {
     EXPECT_EQ(utf8(str), kMixedUtf8);
 }
 
-TEST(zpcf_CFString, NonAsciiRoundTripsThroughUtf16) {
+TEST(CFString, NonAsciiRoundTripsThroughUtf16) {
     Owned<CFStringRef> str(CFStringCreateWithCharacters(nullptr, reinterpret_cast<const UniChar *>(kMixedUnits.data()),
                                                         static_cast<CFIndex>(kMixedUnits.size())));
     ASSERT_TRUE(str);
@@ -87,7 +87,7 @@ TEST(zpcf_CFString, NonAsciiRoundTripsThroughUtf16) {
     EXPECT_EQ(std::memcmp(buffer, le.data(), le.size()), 0);
 }
 
-TEST(zpcf_CFString, ExternalUtf16HonoursAndDropsTheByteOrderMark) {
+TEST(CFString, ExternalUtf16HonoursAndDropsTheByteOrderMark) {
     const std::string beWithBom("\xFE\xFF\x00h\x00i", 6);
     const std::string leWithBom("\xFF\xFEh\x00i\x00", 6);
     const std::string beWithoutBom("\x00h\x00i", 4);
@@ -105,7 +105,7 @@ TEST(zpcf_CFString, ExternalUtf16HonoursAndDropsTheByteOrderMark) {
     EXPECT_EQ(units(internal), withMark);
 }
 
-TEST(zpcf_CFString, Utf32AndByteOrderMarks) {
+TEST(CFString, Utf32AndByteOrderMarks) {
     const std::string be("\x00\x01\xF6\x00\x00\x00\x00\x41", 8); // 😀A
     Owned<CFStringRef> str(fromBytes(be, kCFStringEncodingUTF32BE));
     EXPECT_EQ(units(str), u"\U0001F600A");
@@ -114,7 +114,7 @@ TEST(zpcf_CFString, Utf32AndByteOrderMarks) {
     EXPECT_EQ(utf8(marked), "A");
 }
 
-TEST(zpcf_CFString, EightBitEncodings) {
+TEST(CFString, EightBitEncodings) {
     Owned<CFStringRef> latin1(CFStringCreateWithCString(nullptr, "caf\xE9", kCFStringEncodingISOLatin1));
     EXPECT_EQ(utf8(latin1), "caf\xC3\xA9");
     Owned<CFStringRef> macRoman(CFStringCreateWithCString(nullptr, "caf\x8E", kCFStringEncodingMacRoman));
@@ -126,7 +126,7 @@ TEST(zpcf_CFString, EightBitEncodings) {
     EXPECT_EQ(encoded(windows, kCFStringEncodingWindowsLatin1), "\x80");
 }
 
-TEST(zpcf_CFString, InvalidInputBytesGiveNull) {
+TEST(CFString, InvalidInputBytesGiveNull) {
     EXPECT_EQ(createString("bad \xC3\x28 utf8"), nullptr);
     EXPECT_EQ(createString("\xFF"), nullptr);
     EXPECT_EQ(createString("\xE4\xB8"), nullptr);                 // truncated sequence
@@ -136,7 +136,7 @@ TEST(zpcf_CFString, InvalidInputBytesGiveNull) {
     EXPECT_EQ(CFStringCreateWithCString(nullptr, "x", 0x7777u), nullptr); // unknown encoding
 }
 
-TEST(zpcf_CFString, NullAndBadArgumentsAreTolerated) {
+TEST(CFString, NullAndBadArgumentsAreTolerated) {
     EXPECT_EQ(CFStringCreateWithCString(nullptr, nullptr, kCFStringEncodingUTF8), nullptr);
     EXPECT_EQ(CFStringCreateWithBytes(nullptr, nullptr, 3, kCFStringEncodingUTF8, false), nullptr);
     EXPECT_EQ(CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8 *>("x"), -1, kCFStringEncodingUTF8, false),
@@ -162,7 +162,7 @@ TEST(zpcf_CFString, NullAndBadArgumentsAreTolerated) {
     EXPECT_EQ(CFStringGetLength(reinterpret_cast<CFStringRef>(kCFBooleanTrue)), 0);
 }
 
-TEST(zpcf_CFString, EmptyStrings) {
+TEST(CFString, EmptyStrings) {
     Owned<CFStringRef> empty(createString(""));
     ASSERT_TRUE(empty);
     EXPECT_EQ(CFStringGetLength(empty), 0);
@@ -174,7 +174,7 @@ TEST(zpcf_CFString, EmptyStrings) {
     EXPECT_EQ(buffer[0], '\0');
 }
 
-TEST(zpcf_CFString, GetCStringNeedsRoomForTheTerminator) {
+TEST(CFString, GetCStringNeedsRoomForTheTerminator) {
     char buffer[8];
     EXPECT_TRUE(CFStringGetCString(CFSTR("1234567"), buffer, 8, kCFStringEncodingUTF8));
     EXPECT_STREQ(buffer, "1234567");
@@ -187,7 +187,7 @@ TEST(zpcf_CFString, GetCStringNeedsRoomForTheTerminator) {
     EXPECT_FALSE(CFStringGetCString(CFSTR("x"), buffer, 0, kCFStringEncodingUTF8));
 }
 
-TEST(zpcf_CFString, GetCStringFailsWhenTheTextCannotBeEncoded) {
+TEST(CFString, GetCStringFailsWhenTheTextCannotBeEncoded) {
     Owned<CFStringRef> chinese(createString("\xE4\xB8\xAD"));
     char buffer[16];
     EXPECT_FALSE(CFStringGetCString(chinese, buffer, sizeof buffer, kCFStringEncodingASCII));
@@ -198,7 +198,7 @@ TEST(zpcf_CFString, GetCStringFailsWhenTheTextCannotBeEncoded) {
     EXPECT_FALSE(CFStringGetCString(broken, buffer, sizeof buffer, kCFStringEncodingUTF8));
 }
 
-TEST(zpcf_CFString, CStringPtrIsTheStringsOwnAsciiText) {
+TEST(CFString, CStringPtrIsTheStringsOwnAsciiText) {
     const char *constant = CFStringGetCStringPtr(CFSTR("constant ascii"), kCFStringEncodingUTF8);
     ASSERT_NE(constant, nullptr);
     EXPECT_STREQ(constant, "constant ascii");
@@ -215,7 +215,7 @@ TEST(zpcf_CFString, CStringPtrIsTheStringsOwnAsciiText) {
     EXPECT_EQ(CFStringGetCStringPtr(mutableStr, kCFStringEncodingUTF8), nullptr);
 }
 
-TEST(zpcf_CFString, MaximumSizeForEncoding) {
+TEST(CFString, MaximumSizeForEncoding) {
     EXPECT_EQ(CFStringGetMaximumSizeForEncoding(10, kCFStringEncodingUTF8), 30);
     EXPECT_EQ(CFStringGetMaximumSizeForEncoding(10, kCFStringEncodingUTF16), 20);
     EXPECT_EQ(CFStringGetMaximumSizeForEncoding(10, kCFStringEncodingASCII), 10);
@@ -228,7 +228,7 @@ TEST(zpcf_CFString, MaximumSizeForEncoding) {
               static_cast<CFIndex>(std::strlen(kMixedUtf8)));
 }
 
-TEST(zpcf_CFString, CopiesAndSubstrings) {
+TEST(CFString, CopiesAndSubstrings) {
     Owned<CFStringRef> original(createString("hello world"));
     Owned<CFStringRef> copy(CFStringCreateCopy(nullptr, original));
     EXPECT_TRUE(CFEqual(copy, original));
@@ -249,7 +249,7 @@ TEST(zpcf_CFString, CopiesAndSubstrings) {
     EXPECT_EQ(untouched[0], 7);
 }
 
-TEST(zpcf_CFString, MutableStrings) {
+TEST(CFString, MutableStrings) {
     Owned<CFMutableStringRef> str(CFStringCreateMutable(nullptr, 0));
     ASSERT_TRUE(str);
     EXPECT_EQ(CFStringGetLength(str), 0);
@@ -272,7 +272,7 @@ TEST(zpcf_CFString, MutableStrings) {
     EXPECT_EQ(utf8(frozen), "base+");
 }
 
-TEST(zpcf_CFString, FindReportsRangesAndNotFound) {
+TEST(CFString, FindReportsRangesAndNotFound) {
     CFStringRef text = CFSTR("one.two.three");
     CFRange found = CFStringFind(text, CFSTR("."), 0);
     EXPECT_EQ(found.location, 3);
@@ -296,7 +296,7 @@ TEST(zpcf_CFString, FindReportsRangesAndNotFound) {
     EXPECT_EQ(CFStringFind(text, CFSTR("three"), kCFCompareAnchored | kCFCompareBackwards).location, 8);
 }
 
-TEST(zpcf_CFString, FindCaseInsensitive) {
+TEST(CFString, FindCaseInsensitive) {
     EXPECT_EQ(CFStringFind(CFSTR("Hello World"), CFSTR("WORLD"), 0).location, kCFNotFound);
     EXPECT_EQ(CFStringFind(CFSTR("Hello World"), CFSTR("WORLD"), kCFCompareCaseInsensitive).location, 6);
     Owned<CFStringRef> upper(createString("CAF\xC3\x89 \xC3\x89T\xC3\x89"));
@@ -304,7 +304,7 @@ TEST(zpcf_CFString, FindCaseInsensitive) {
     EXPECT_EQ(CFStringFind(upper, lower, kCFCompareCaseInsensitive).location, 5);
 }
 
-TEST(zpcf_CFString, CompareOrdersByCodeUnitsAndFoldsCaseWhenAsked) {
+TEST(CFString, CompareOrdersByCodeUnitsAndFoldsCaseWhenAsked) {
     EXPECT_EQ(CFStringCompare(CFSTR("abc"), CFSTR("abd"), 0), kCFCompareLessThan);
     EXPECT_EQ(CFStringCompare(CFSTR("abd"), CFSTR("abc"), 0), kCFCompareGreaterThan);
     EXPECT_EQ(CFStringCompare(CFSTR("abc"), CFSTR("abc"), 0), kCFCompareEqualTo);
@@ -317,7 +317,7 @@ TEST(zpcf_CFString, CompareOrdersByCodeUnitsAndFoldsCaseWhenAsked) {
     EXPECT_EQ(CFStringCompare(upper, lower, kCFCompareCaseInsensitive), kCFCompareEqualTo);
 }
 
-TEST(zpcf_CFString, PrefixAndSuffix) {
+TEST(CFString, PrefixAndSuffix) {
     EXPECT_TRUE(CFStringHasPrefix(CFSTR("filename.txt"), CFSTR("file")));
     EXPECT_FALSE(CFStringHasPrefix(CFSTR("filename.txt"), CFSTR("name")));
     EXPECT_TRUE(CFStringHasSuffix(CFSTR("filename.txt"), CFSTR(".txt")));
@@ -339,7 +339,7 @@ std::vector<std::string> split(CFStringRef text, CFStringRef separator) {
 
 } // namespace
 
-TEST(zpcf_CFString, SeparatingKeepsEmptyPieces) {
+TEST(CFString, SeparatingKeepsEmptyPieces) {
     using Pieces = std::vector<std::string>;
     EXPECT_EQ(split(CFSTR("a.b.c"), CFSTR(".")), (Pieces{"a", "b", "c"}));
     EXPECT_EQ(split(CFSTR("a..b"), CFSTR(".")), (Pieces{"a", "", "b"}));
@@ -351,7 +351,7 @@ TEST(zpcf_CFString, SeparatingKeepsEmptyPieces) {
     EXPECT_EQ(split(CFSTR("abc"), CFSTR("")), (Pieces{"abc"}));
 }
 
-TEST(zpcf_CFString, SeparatedPiecesAreOwnedByTheArray) {
+TEST(CFString, SeparatedPiecesAreOwnedByTheArray) {
     CFArrayRef pieces = CFStringCreateArrayBySeparatingStrings(nullptr, CFSTR("x,y"), CFSTR(","));
     ASSERT_EQ(CFArrayGetCount(pieces), 2);
     CFTypeRef first = CFArrayGetValueAtIndex(pieces, 0);

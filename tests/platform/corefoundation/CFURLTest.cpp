@@ -34,13 +34,13 @@ std::string lastComponent(CFURLRef url) {
 
 } // namespace
 
-TEST(zpcf_CFURL, PathStyleConstantsMatchApple) {
+TEST(CFURL, PathStyleConstantsMatchApple) {
     EXPECT_EQ(kCFURLPOSIXPathStyle, 0);
     EXPECT_EQ(kCFURLHFSPathStyle, 1);
     EXPECT_EQ(kCFURLWindowsPathStyle, 2);
 }
 
-TEST(zpcf_CFURL, PosixPathsBecomeEscapedFileUrls) {
+TEST(CFURL, PosixPathsBecomeEscapedFileUrls) {
     EXPECT_EQ(urlString("/tmp/file.txt", kCFURLPOSIXPathStyle, false), "file:///tmp/file.txt");
     EXPECT_EQ(urlString("/tmp/a dir", kCFURLPOSIXPathStyle, true), "file:///tmp/a%20dir/");
     EXPECT_EQ(urlString("/tmp/dir/", kCFURLPOSIXPathStyle, true), "file:///tmp/dir/");
@@ -52,7 +52,7 @@ TEST(zpcf_CFURL, PosixPathsBecomeEscapedFileUrls) {
     EXPECT_EQ(urlString("/caf\xC3\xA9/\xE4\xB8\xAD", kCFURLPOSIXPathStyle, false), "file:///caf%C3%A9/%E4%B8%AD");
 }
 
-TEST(zpcf_CFURL, WindowsPathsBecomeFileUrls) {
+TEST(CFURL, WindowsPathsBecomeFileUrls) {
     EXPECT_EQ(urlString("C:\\Users\\x y", kCFURLWindowsPathStyle, false), "file:///C:/Users/x%20y");
     EXPECT_EQ(urlString("C:\\Users\\x y", kCFURLWindowsPathStyle, true), "file:///C:/Users/x%20y/");
     EXPECT_EQ(urlString("C:\\", kCFURLWindowsPathStyle, true), "file:///C:/");
@@ -62,7 +62,7 @@ TEST(zpcf_CFURL, WindowsPathsBecomeFileUrls) {
     EXPECT_EQ(urlString("\\\\server\\share\\f.txt", kCFURLWindowsPathStyle, false), "file://server/share/f.txt");
 }
 
-TEST(zpcf_CFURL, FileSystemPathPerStyle) {
+TEST(CFURL, FileSystemPathPerStyle) {
     Owned<CFURLRef> windows(urlFor("C:\\Users\\x y\\", kCFURLWindowsPathStyle, true));
     EXPECT_EQ(pathOf(windows, kCFURLWindowsPathStyle), "C:\\Users\\x y");
     EXPECT_EQ(pathOf(windows, kCFURLPOSIXPathStyle), "/C:/Users/x y");
@@ -83,7 +83,7 @@ TEST(zpcf_CFURL, FileSystemPathPerStyle) {
     EXPECT_EQ(CFURLCopyFileSystemPath(posix, kCFURLHFSPathStyle), nullptr);
 }
 
-TEST(zpcf_CFURL, LastPathComponentIsDecodedAndIgnoresTheTrailingSlash) {
+TEST(CFURL, LastPathComponentIsDecodedAndIgnoresTheTrailingSlash) {
     Owned<CFURLRef> file(urlFor("/tmp/dir/my file.txt", kCFURLPOSIXPathStyle, false));
     EXPECT_EQ(lastComponent(file), "my file.txt");
     Owned<CFURLRef> dir(urlFor("/tmp/dir", kCFURLPOSIXPathStyle, true));
@@ -95,7 +95,7 @@ TEST(zpcf_CFURL, LastPathComponentIsDecodedAndIgnoresTheTrailingSlash) {
     EXPECT_EQ(CFURLCopyLastPathComponent(nullptr), nullptr);
 }
 
-TEST(zpcf_CFURL, FileSystemRepresentationAndBufferSize) {
+TEST(CFURL, FileSystemRepresentationAndBufferSize) {
     Owned<CFURLRef> url(urlFor("/tmp/x y/\xC3\xA9", kCFURLPOSIXPathStyle, true));
     const std::string expected = "/tmp/x y/\xC3\xA9"; // 11 bytes
     UInt8 buffer[64];
@@ -110,7 +110,7 @@ TEST(zpcf_CFURL, FileSystemRepresentationAndBufferSize) {
     EXPECT_FALSE(CFURLGetFileSystemRepresentation(nullptr, true, buffer, sizeof buffer));
 }
 
-TEST(zpcf_CFURL, RelativePathsResolveAgainstTheCurrentDirectory) {
+TEST(CFURL, RelativePathsResolveAgainstTheCurrentDirectory) {
     Owned<CFURLRef> url(urlFor("sub dir/file", kCFURLPOSIXPathStyle, false));
     ASSERT_TRUE(url);
     EXPECT_EQ(utf8(CFURLGetString(url)), "sub%20dir/file");
@@ -123,7 +123,7 @@ TEST(zpcf_CFURL, RelativePathsResolveAgainstTheCurrentDirectory) {
     EXPECT_EQ(std::string(absolute), (std::filesystem::current_path() / "sub dir/file").generic_string());
 }
 
-TEST(zpcf_CFURL, AppendingPathComponents) {
+TEST(CFURL, AppendingPathComponents) {
     Owned<CFURLRef> base(urlFor("/tmp/base", kCFURLPOSIXPathStyle, true));
     Owned<CFStringRef> name(createString("new file.txt"));
     Owned<CFURLRef> file(CFURLCreateCopyAppendingPathComponent(nullptr, base, name, false));
@@ -138,7 +138,7 @@ TEST(zpcf_CFURL, AppendingPathComponents) {
     EXPECT_EQ(CFURLCreateCopyAppendingPathComponent(nullptr, nullptr, name, false), nullptr);
 }
 
-TEST(zpcf_CFURL, EqualityAndNullCases) {
+TEST(CFURL, EqualityAndNullCases) {
     Owned<CFURLRef> a(urlFor("/tmp/x", kCFURLPOSIXPathStyle, false));
     Owned<CFURLRef> b(urlFor("/tmp/x", kCFURLPOSIXPathStyle, false));
     Owned<CFURLRef> c(urlFor("/tmp/x", kCFURLPOSIXPathStyle, true));

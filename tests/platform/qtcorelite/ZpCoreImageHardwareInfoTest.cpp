@@ -1,35 +1,16 @@
-#include <ZpQtCoreLite/ZpCoreImageHardwareInfo.h>
+#include "ZpOpenGLFacts.h"
 
-#include <QFuture>
 #include <QGuiApplication>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <gtest/gtest.h>
 
-namespace {
-
-struct Answer
-{
-    QString vendor, renderer, version, versionEx, shadingLanguage;
-    int32_t maxTextureSize = -1;
-};
-
-Answer ask()
-{
-    return {ZpCoreImageHardwareInfo::openGLVendor(),
-            ZpCoreImageHardwareInfo::openGLRenderer(),
-            ZpCoreImageHardwareInfo::openGLVersion(),
-            ZpCoreImageHardwareInfo::openGLVersionEx(),
-            ZpCoreImageHardwareInfo::openGLShadingLanguageVersion(),
-            ZpCoreImageHardwareInfo::openGLMaxTextureSize()};
-}
-
-} // namespace
+using zpqt_test::OpenGLFacts;
+using zpqt_test::readOpenGLFacts;
 
 // Whatever the platform offers, the answers describe one context or none.
 TEST(ZpCoreImageHardwareInfo, AnswersAreAllThereOrAllEmpty)
 {
-    const Answer answer = ask();
+    const OpenGLFacts answer = readOpenGLFacts();
     EXPECT_GE(answer.maxTextureSize, 0);
     const bool none = answer.maxTextureSize == 0;
     EXPECT_EQ(answer.vendor.isEmpty(), none);

@@ -1,6 +1,6 @@
 // Run by CTest under xvfb-run on the xcb platform, where Mesa's software
 // renderer gives a real OpenGL context (the zpqt_opengl_xvfb test).
-#include <ZpQtCoreLite/ZpCoreImageHardwareInfo.h>
+#include "ZpOpenGLFacts.h"
 
 #include <QFuture>
 #include <QGuiApplication>
@@ -10,27 +10,14 @@
 
 #include <gtest/gtest.h>
 
+using zpqt_test::OpenGLFacts;
+using zpqt_test::readOpenGLFacts;
+
 namespace {
 
-struct Answer
+OpenGLFacts askFromWorker()
 {
-    QString vendor, renderer, version, versionEx, shadingLanguage;
-    int32_t maxTextureSize = -1;
-};
-
-Answer ask()
-{
-    return {ZpCoreImageHardwareInfo::openGLVendor(),
-            ZpCoreImageHardwareInfo::openGLRenderer(),
-            ZpCoreImageHardwareInfo::openGLVersion(),
-            ZpCoreImageHardwareInfo::openGLVersionEx(),
-            ZpCoreImageHardwareInfo::openGLShadingLanguageVersion(),
-            ZpCoreImageHardwareInfo::openGLMaxTextureSize()};
-}
-
-Answer askFromWorker()
-{
-    return QtConcurrent::run(ask).result();
+    return QtConcurrent::run(readOpenGLFacts).result();
 }
 
 } // namespace
@@ -40,12 +27,12 @@ TEST(ZpCoreImageHardwareInfoXvfb, ReadsARealContextOnTheGuiThreadOnly)
     ASSERT_EQ(QGuiApplication::platformName(), QStringLiteral("xcb"));
 
     // Nothing is kept yet, and a worker thread must not make a context itself.
-    const Answer early = askFromWorker();
+    const OpenGLFacts early = askFromWorker();
     EXPECT_TRUE(early.vendor.isEmpty());
     EXPECT_TRUE(early.version.isEmpty());
     EXPECT_EQ(early.maxTextureSize, 0);
 
-    const Answer answer = ask();
+    const OpenGLFacts answer = readOpenGLFacts();
     EXPECT_FALSE(answer.vendor.isEmpty());
     EXPECT_FALSE(answer.renderer.isEmpty());
     EXPECT_FALSE(answer.version.isEmpty());
@@ -56,7 +43,7 @@ TEST(ZpCoreImageHardwareInfoXvfb, ReadsARealContextOnTheGuiThreadOnly)
     EXPECT_TRUE(answer.versionEx.contains(QStringLiteral("profile"))) << answer.versionEx.toStdString();
 
     // Kept after the first read, and handed to other threads as it is.
-    const Answer later = askFromWorker();
+    const OpenGLFacts later = askFromWorker();
     EXPECT_EQ(later.vendor, answer.vendor);
     EXPECT_EQ(later.renderer, answer.renderer);
     EXPECT_EQ(later.version, answer.version);

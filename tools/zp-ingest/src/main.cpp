@@ -131,6 +131,21 @@ std::optional<qint64> integerOption(const QCommandLineParser& parser, const QCom
     return value;
 }
 
+// Sets *target from the option when it is given, within [minimum, maximum];
+// false (after printing why) when its value is not such an integer.
+template <typename Integer>
+bool optionalIntegerOption(const QCommandLineParser& parser, const QCommandLineOption& option, Integer* target,
+                           qint64 minimum = std::numeric_limits<Integer>::min(),
+                           qint64 maximum = std::numeric_limits<Integer>::max())
+{
+    if (!parser.isSet(option))
+        return true;
+    const auto value = integerOption(parser, option, minimum, maximum);
+    if (value)
+        *target = Integer(*value);
+    return value.has_value();
+}
+
 int serve(QCoreApplication& app, const QCommandLineParser& parser, const Options& options)
 {
     if (!parser.isSet(options.port) || !parser.isSet(options.db))
@@ -152,34 +167,14 @@ int serve(QCoreApplication& app, const QCommandLineParser& parser, const Options
             return usageError(QStringLiteral("--fail-status %1 is not an HTTP status zp-ingest can answer").arg(*status));
         faults.failStatus = int(*status);
         faults.failCount = 1;
-        if (parser.isSet(options.failCount)) {
-            const auto count = integerOption(parser, options.failCount, std::numeric_limits<int>::min(),
-                                             std::numeric_limits<int>::max());
-            if (!count)
-                return kExitUsageError;
-            faults.failCount = int(*count);
-        }
-    }
-    if (parser.isSet(options.delayMs)) {
-        const auto delay = integerOption(parser, options.delayMs, 0, std::numeric_limits<int>::max());
-        if (!delay)
+        if (!optionalIntegerOption(parser, options.failCount, &faults.failCount))
             return kExitUsageError;
-        faults.delayMs = int(*delay);
-    }
-    if (parser.isSet(options.closeCount)) {
-        const auto count = integerOption(parser, options.closeCount, std::numeric_limits<int>::min(),
-                                         std::numeric_limits<int>::max());
-        if (!count)
-            return kExitUsageError;
-        faults.closeCount = int(*count);
     }
     qint64 maxBodyBytes = IngestServer::kDefaultMaxBodyBytes;
-    if (parser.isSet(options.maxBodyBytes)) {
-        const auto bytes = integerOption(parser, options.maxBodyBytes, 1, std::numeric_limits<qint64>::max());
-        if (!bytes)
-            return kExitUsageError;
-        maxBodyBytes = *bytes;
-    }
+    if (!optionalIntegerOption(parser, options.delayMs, &faults.delayMs, 0)
+        || !optionalIntegerOption(parser, options.closeCount, &faults.closeCount)
+        || !optionalIntegerOption(parser, options.maxBodyBytes, &maxBodyBytes, 1))
+        return kExitUsageError;
 
     IngestStore store(parser.value(options.db));
     if (!store.open(IngestStore::OpenMode::CreateIfMissing))
@@ -224,15 +219,30 @@ int serve(QCoreApplication& app, const QCommandLineParser& parser, const Options
     return kExitOk;
 }
 
-int summary(const QCommandLineParser& parser, const Options& options)
+// Reads the stored logs, and the request records when `requests` is given, of
+// the existing database --db; false (after printing why) when that fails.
+bool readStore(const QCommandLineParser& parser, const Options& options, QList<IngestStore::StoredLog>* logs,
+               QList<IngestStore::RequestRecord>* requests = nullptr)
 {
     IngestStore store(parser.value(options.db));
-    if (!store.open(IngestStore::OpenMode::ExistingReadOnly))
-        return runtimeError(store.errorString());
-    const QList<IngestStore::StoredLog> logs = store.logs();
-    const QList<IngestStore::RequestRecord> requests = store.requests();
-    if (!store.errorString().isEmpty())
-        return runtimeError(store.errorString());
+    if (store.open(IngestStore::OpenMode::ExistingReadOnly)) {
+        *logs = store.logs();
+        if (requests)
+            *requests = store.requests();
+        // A new store's errorString() stays empty until a call fails.
+        if (store.errorString().isEmpty())
+            return true;
+    }
+    runtimeError(store.errorString());
+    return false;
+}
+
+int summary(const QCommandLineParser& parser, const Options& options)
+{
+    QList<IngestStore::StoredLog> logs;
+    QList<IngestStore::RequestRecord> requests;
+    if (!readStore(parser, options, &logs, &requests))
+        return kExitRuntimeError;
     QTextStream out(stdout);
     out << IngestSummary(logs, requests).toText();
     out.flush();
@@ -241,12 +251,9 @@ int summary(const QCommandLineParser& parser, const Options& options)
 
 int exportLogs(const QCommandLineParser& parser, const Options& options)
 {
-    IngestStore store(parser.value(options.db));
-    if (!store.open(IngestStore::OpenMode::ExistingReadOnly))
-        return runtimeError(store.errorString());
-    const QList<IngestStore::StoredLog> logs = store.logs();
-    if (!store.errorString().isEmpty())
-        return runtimeError(store.errorString());
+    QList<IngestStore::StoredLog> logs;
+    if (!readStore(parser, options, &logs))
+        return kExitRuntimeError;
     QFile out;
     if (!out.open(stdout, QIODevice::WriteOnly))
         return runtimeError(QStringLiteral("cannot write to standard output"));
