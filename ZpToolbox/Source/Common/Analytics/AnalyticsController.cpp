@@ -1,0 +1,137 @@
+#include "Analytics/AnalyticsController.h"
+
+#include "Analytics/AnalyticsLog.h"
+#include "Analytics/CrashAppIdentiferMap.h"
+#include "Analytics/FeatureTracking.h"
+#include "Analytics/SystemProperties.h"
+#include "AppCenter/AppCenter.h"
+
+#include <ZpQtCoreLite/ZpQtPathUtils.h>
+#include <ZpQtCoreLite/ZpQtStringUtils.h>
+
+namespace {
+
+// Replaces *slot with `value`, retained; releases what *slot held.
+template <typename Ref>
+void retainInto(Ref* slot, Ref value)
+{
+    if (value)
+        CFRetain(value);
+    if (*slot)
+        CFRelease(*slot);
+    *slot = value;
+}
+
+} // namespace
+
+AnalyticsController::AnalyticsController() = default;
+
+AnalyticsController::~AnalyticsController()
+{
+    stop();
+    if (mProduct) {
+        CFRelease(mProduct);
+        mProduct = nullptr;
+    }
+    if (mUserAppDataPath) {
+        CFRelease(mUserAppDataPath);
+        mUserAppDataPath = nullptr;
+    }
+}
+
+void AnalyticsController::startup(CFStringRef product, int32_t productType, int32_t productEditionType,
+                                  CFURLRef userAppDataPath)
+{
+    retainInto(&mProduct, product);
+    if (userAppDataPath) {
+        retainInto(&mUserAppDataPath, userAppDataPath);
+    } else {
+        CFURLRef defaultPath = ZpQtPathUtils::getUserAppDataPathForProduct(mProduct); // created: ours already
+        retainInto(&mUserAppDataPath, defaultPath);
+        if (defaultPath)
+            CFRelease(defaultPath);
+    }
+    mProductType = productType;
+    mProductEditionType = productEditionType;
+    if (mVerbosity >= 1)
+        AnalyticsLog::info(CFSTR("Start"));
+
+    lookUpAppSecret();
+    startAppCenter();
+    AppCenter::instance().startService(QStringLiteral("Analytics"));
+    SystemProperties::send(this);
+}
+
+void AnalyticsController::lookUpAppSecret()
+{
+    // A miss is logged by the table and leaves the secret as it was.
+    const CFStringRef secret = crashAppIdentiferMap().findAppSecret(mProduct, mProductType, mProductEditionType,
+                                                                    CrashAppIdentiferMap::kLookupVariant);
+    if (secret)
+        mAppSecret = ZpQtStringUtils::createQStringFromCFStringRef(secret);
+}
+
+void AnalyticsController::startAppCenter()
+{
+    if (AppCenter::instance().queue())
+        return; // the first service to start configured the client for the process
+    const QString storage = mUserAppDataPath
+        ? ZpQtStringUtils::createQStringFileSystemRepresentationFromCFUrlRef(mUserAppDataPath)
+        : QString();
+    AppCenter::start(mAppSecret, storage);
+}
+
+void AnalyticsController::stop()
+{
+    if (mVerbosity >= 1)
+        AnalyticsLog::info(CFSTR("Stop"));
+    for (auto it = mStartedFeatureTimers.cbegin(); it != mStartedFeatureTimers.cend(); ++it)
+        FeatureTracking::sendInterruptedEnd(it.key().cfString(), it.value().elapsed());
+    mStartedFeatureTimers.clear();
+    mOncePerRunCounts.clear();
+}
+
+int32_t AnalyticsController::verbosity() const
+{
+    return mVerbosity;
+}
+
+CFStringRef AnalyticsController::product() const
+{
+    return mProduct;
+}
+
+int32_t AnalyticsController::productType() const
+{
+    return mProductType;
+}
+
+int32_t AnalyticsController::productEditionType() const
+{
+    return mProductEditionType;
+}
+
+CFURLRef AnalyticsController::userAppDataPath() const
+{
+    return mUserAppDataPath;
+}
+
+QString AnalyticsController::appSecret() const
+{
+    return mAppSecret;
+}
+
+void AnalyticsController::setVerbosityForTesting(int32_t verbosity)
+{
+    mVerbosity = verbosity;
+}
+
+QMap<ZpString, int32_t>& AnalyticsController::oncePerRunCounts()
+{
+    return mOncePerRunCounts;
+}
+
+QMap<ZpString, QElapsedTimer>& AnalyticsController::startedFeatureTimers()
+{
+    return mStartedFeatureTimers;
+}
