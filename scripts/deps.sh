@@ -13,6 +13,8 @@ packages=(
   libleveldb-dev libsnappy-dev libgtest-dev libgmock-dev libbenchmark-dev
   # TLS tests make their own certificate authority
   openssl ca-certificates
+  # crash capture: LLDB reads our minidumps; the Windows core is built with mingw-w64 and run under Wine
+  lldb python3-lldb-14 g++-mingw-w64-x86-64-posix wine wine64
 )
 
 missing=()
