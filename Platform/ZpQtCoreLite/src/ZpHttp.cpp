@@ -13,6 +13,8 @@
 #include <QPair>
 #include <QSslConfiguration>
 #include <QTimer>
+#include <QWaitCondition>
+#include <QDeadlineTimer>
 
 #include <atomic>
 #include <memory>
@@ -72,6 +74,89 @@ private:
     QMutex mMutex;
     QList<QSslCertificate> mExtras;
     QList<QSslCertificate> mMerged;
+};
+
+// How often a waiting post() checks whether the application is closing down.
+constexpr int kClosingWatchIntervalMs = 50;
+// The longest the application's destructor waits for posts to give up.
+constexpr int kClosingWaitMs = 2000;
+
+// The posts in flight, and the application's closing down. ~QCoreApplication
+// waits for the thread pool after it has stopped delivering events to every
+// thread, so a post still waiting then could never finish. Its post routines
+// run before that point: the one registered here marks the process as
+// closing, which every waiting post notices and aborts, and waits for them.
+class ActivePosts
+{
+public:
+    static ActivePosts& instance()
+    {
+        static ActivePosts posts;
+        return posts;
+    }
+
+    // False once the application is closing down: do not start.
+    bool enter()
+    {
+        QMutexLocker lock(&mMutex);
+        if (mClosing)
+            return false;
+        if (!mRoutineRegistered) {
+            qAddPostRoutine(&ActivePosts::closeDown);
+            mRoutineRegistered = true;
+        }
+        ++mCount;
+        return true;
+    }
+
+    void leave()
+    {
+        QMutexLocker lock(&mMutex);
+        if (--mCount == 0)
+            mIdle.wakeAll();
+    }
+
+    bool isClosing()
+    {
+        QMutexLocker lock(&mMutex);
+        return mClosing;
+    }
+
+private:
+    // Runs on the application's thread inside ~QCoreApplication.
+    static void closeDown()
+    {
+        ActivePosts& posts = instance();
+        QMutexLocker lock(&posts.mMutex);
+        posts.mClosing = true; // for good: the application object is going
+        const QDeadlineTimer deadline(kClosingWaitMs);
+        while (posts.mCount > 0 && posts.mIdle.wait(&posts.mMutex, deadline)) {
+        }
+    }
+
+    QMutex mMutex;
+    QWaitCondition mIdle;
+    int mCount = 0;
+    bool mClosing = false;
+    bool mRoutineRegistered = false;
+};
+
+// Counts a post in flight for as long as it lives.
+class ActivePost
+{
+public:
+    ActivePost() : mEntered(ActivePosts::instance().enter()) {}
+    ~ActivePost()
+    {
+        if (mEntered)
+            ActivePosts::instance().leave();
+    }
+    ActivePost(const ActivePost&) = delete;
+    ActivePost& operator=(const ActivePost&) = delete;
+    bool entered() const { return mEntered; }
+
+private:
+    bool mEntered;
 };
 
 // The time-out of ZpHttp objects that set none of their own.
@@ -176,6 +261,11 @@ bool ZpHttp::post(const QByteArray& body)
         d->errorString = QStringLiteral("no QCoreApplication: Qt networking needs one");
         return false;
     }
+    const ActivePost active;
+    if (!active.entered()) {
+        d->errorString = QStringLiteral("the application is closing down");
+        return false;
+    }
     ZpHttpOp::Private* op = d->op ? d->op->d.get() : nullptr;
     if (op && op->canceled.load()) {
         d->errorString = QStringLiteral("canceled");
@@ -202,6 +292,17 @@ bool ZpHttp::post(const QByteArray& body)
         reply->abort();
     });
 
+    // Give up when the application closes down rather than hold up its exit
+    // until the time-out (see ActivePosts).
+    bool closing = false;
+    QTimer closingWatch;
+    QObject::connect(&closingWatch, &QTimer::timeout, reply.get(), [&closing, &reply] {
+        if (!closing && ActivePosts::instance().isClosing()) {
+            closing = true;
+            reply->abort();
+        }
+    });
+
     if (op) {
         QObject::connect(reply.get(), &QNetworkReply::uploadProgress, reply.get(),
                          [op, &sent](qint64 done, qint64) {
@@ -220,11 +321,13 @@ bool ZpHttp::post(const QByteArray& body)
         reply->abort();
     } else {
         deadline.start(d->timeoutMs);
+        closingWatch.start(kClosingWatchIntervalMs);
         // User input stays queued: a click must not re-enter the caller while it
         // waits, e.g. on the GUI thread.
         if (!reply->isFinished())
             loop.exec(QEventLoop::ExcludeUserInputEvents);
         deadline.stop();
+        closingWatch.stop();
         if (op) {
             op->detach(reply.get());
             canceled = op->canceled.load();
@@ -246,6 +349,8 @@ bool ZpHttp::post(const QByteArray& body)
 
     if (timedOut)
         d->errorString = QStringLiteral("timed out after %1 ms").arg(d->timeoutMs);
+    else if (closing)
+        d->errorString = QStringLiteral("the application is closing down");
     else if (canceled && reply->error() == QNetworkReply::OperationCanceledError)
         d->errorString = QStringLiteral("canceled");
     else if (reply->error() != QNetworkReply::NoError)

@@ -222,6 +222,20 @@ TEST(ZpHttp, ProcessWideDefaultTimeoutAppliesToObjectsMadeAfterwards)
     EXPECT_EQ(ZpHttp().timeout(), ZpHttp::kDefaultTimeoutMs);
 }
 
+TEST(ZpHttp, APostOnAPoolThreadDoesNotHoldUpTheApplicationsExit)
+{
+    ZpTestHttpServer server;
+    ASSERT_TRUE(server.isListening());
+    server.setSilent(true);
+
+    QProcess child;
+    child.start(QStringLiteral(ZPQT_HTTP_CHILD), {QStringLiteral("--leave-while-posting"), server.url().toString()});
+    // Liveness only: the child's post would otherwise wait ten minutes.
+    ASSERT_TRUE(child.waitForFinished(60000)) << "the child's exit waited for its post";
+    EXPECT_EQ(child.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(child.readAllStandardOutput().trimmed(), QByteArray("the application is closing down"));
+}
+
 TEST(ZpHttp, PostsFromPoolThreadsWithoutEventLoops)
 {
     ZpTestHttpServer server;

@@ -56,7 +56,9 @@ public:
     int timeout() const;
 
     // Sends `body` and waits for the complete answer. True only when an HTTP
-    // answer with a 2xx status arrived and its body was read to the end.
+    // answer with a 2xx status arrived and its body was read to the end. Gives
+    // up early (within about 50 ms) once the application object is closing
+    // down, so that a post on a pool thread never holds up the host's exit.
     bool post(const QByteArray& body);
 
     // The HTTP status of the last post(), also for answers that made it return
