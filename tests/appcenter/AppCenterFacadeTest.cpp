@@ -72,11 +72,12 @@ TEST_F(AppCenterFacade, StartingCrashesCarriesTheCrashUserIdAndHandsOverTheClien
     client.startService(QStringLiteral("Crashes"));
 
     const Crashes& crashes = Crashes::instance();
-    EXPECT_TRUE(crashes.wasStarted());
-    EXPECT_EQ(crashes.sessionId(), client.sessionId());
-    EXPECT_EQ(crashes.userId(), QStringLiteral("user-42"));
     EXPECT_EQ(crashes.queue(), client.queue());
     EXPECT_EQ(crashes.crashesDirectory(), storage + QDir::separator() + QStringLiteral("crashes"));
+    EXPECT_EQ(crashes.crashJsonPath(), crashes.crashesDirectory() + QDir::separator()
+                                           + client.sessionId().toString(QUuid::WithoutBraces) + QStringLiteral(".json"));
+    EXPECT_EQ(QJsonDocument::fromJson(crashes.crashJson()).object().value(QStringLiteral("userId")).toString(),
+              QStringLiteral("user-42"));
 
     const QList<QJsonObject> logs = storedLogs();
     ASSERT_EQ(logs.size(), 1);
@@ -110,7 +111,7 @@ TEST_F(AppCenterFacade, StartingAServiceWithoutAClientWritesNothingButStillDispa
     AppCenter::instance().startService(QStringLiteral("Analytics"));
     AppCenterAnalytics::instance().trackEvent(CFSTR("Nowhere"), nullptr);
     AppCenter::instance().startService(QStringLiteral("Crashes"));
-    EXPECT_TRUE(Crashes::instance().wasStarted());
+    EXPECT_FALSE(Crashes::instance().crashJson().isEmpty()); // started, with no queue
     EXPECT_EQ(Crashes::instance().queue(), nullptr);
 }
 

@@ -1,0 +1,3 @@
+#include "CrashReport/MSCrashesDelegate.h"
+
+MSCrashesDelegate::~MSCrashesDelegate() = default;
