@@ -14,3 +14,4 @@ else()
     ${CMAKE_CURRENT_LIST_DIR}/CrashPathPosix.cpp
     ${CMAKE_CURRENT_LIST_DIR}/MinidumpWriterLinux.cpp)
 endif()
+include(${CMAKE_CURRENT_LIST_DIR}/CrashDialog.cmake)
