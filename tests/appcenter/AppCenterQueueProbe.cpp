@@ -25,7 +25,7 @@ int main(int argc, char** argv)
     int stored = 0;
     bool database = false;
     {
-        AppCenterQueue queue(QStringLiteral("secret"), args.at(1));
+        AppCenterQueue queue(QStringLiteral("7d8e9f00-1a2b-4c3d-8e4f-5a6b7c8d9e0f"), args.at(1));
         database = queue.hasDatabase();
         for (int i = 0; i < args.at(2).toInt(); ++i) {
             QJsonObject log{{"type", "event"}, {"name", QStringLiteral("Probe %1").arg(i)}};
