@@ -8,7 +8,11 @@
 #include "AppCenter/AppCenter.h"
 #include "StoreReader.h"
 
+#include <CoreFoundation/CoreFoundation.h>
+#include <ZpQtCoreLite/ZpQtStringUtils.h>
+
 #include <QDir>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QList>
@@ -31,6 +35,20 @@ protected:
         AppCenter::resetForTesting();
         QThreadPool::globalInstance()->waitForDone();
         qunsetenv("ZP_INGESTION_BASE_URL");
+        if (mLocation)
+            CFRelease(mLocation);
+        mLocation = nullptr;
+    }
+
+    // mDir as a directory URL, as hosts pass their data folder; the fixture owns it.
+    CFURLRef location()
+    {
+        if (!mLocation) {
+            CFStringRef path = ZpQtStringUtils::createCFStringRefFromQString(mDir.path());
+            mLocation = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path, kCFURLPOSIXPathStyle, true);
+            CFRelease(path);
+        }
+        return mLocation;
     }
 
     // Where a client started with mDir as its directory keeps its store.
@@ -64,5 +82,31 @@ protected:
         return result;
     }
 
+    // The stored event logs other than the machine description ("System").
+    QList<QJsonObject> trackedEvents() const
+    {
+        QList<QJsonObject> events;
+        for (const QJsonObject& log : select(storedLogs(), QStringLiteral("event"))) {
+            if (log.value(QStringLiteral("name")).toString() != QLatin1String("System"))
+                events << log;
+        }
+        return events;
+    }
+
+    // An event's typed properties as name -> value.
+    static QMap<QString, QString> propertiesOf(const QJsonObject& event)
+    {
+        QMap<QString, QString> properties;
+        for (const QJsonValue& value : event.value(QStringLiteral("typedProperties")).toArray()) {
+            const QJsonObject property = value.toObject();
+            properties.insert(property.value(QStringLiteral("name")).toString(),
+                              property.value(QStringLiteral("value")).toString());
+        }
+        return properties;
+    }
+
     QTemporaryDir mDir;
+
+private:
+    CFURLRef mLocation = nullptr;
 };

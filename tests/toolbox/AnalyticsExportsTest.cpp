@@ -22,19 +22,6 @@ namespace {
 
 class AnalyticsExports : public AppCenterStoreFixture {
 protected:
-    void SetUp() override
-    {
-        AppCenterStoreFixture::SetUp();
-        CFStringRef path = ZpQtStringUtils::createCFStringRefFromQString(mDir.path());
-        mLocation = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path, kCFURLPOSIXPathStyle, true);
-        CFRelease(path);
-    }
-    void TearDown() override
-    {
-        CFRelease(mLocation);
-        AppCenterStoreFixture::TearDown();
-    }
-
     QStringList eventNames()
     {
         QStringList names;
@@ -44,7 +31,6 @@ protected:
         return names;
     }
 
-    CFURLRef mLocation = nullptr;
 };
 
 // Answers the modal dialog that opens next with `answer`, from the event loop.
@@ -66,7 +52,7 @@ TEST_F(AnalyticsExports, AHostsCallingOrderReachesTheStore)
 {
     ZpAnalytics* analytics = ZpAnalyticsCreate();
     ASSERT_NE(analytics, nullptr);
-    ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, mLocation);
+    ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, location());
     ZpAnalyticsTrackFeature(analytics, CFSTR("Crop"));
     CFMutableDictionaryRef properties = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                                                   &kCFTypeDictionaryValueCallBacks);
@@ -94,8 +80,8 @@ TEST_F(AnalyticsExports, TheSlotKeepsTheFirstStartedControllerUntilItShutsDown)
     ZpAnalytics* first = ZpAnalyticsCreate();
     ZpAnalytics* second = ZpAnalyticsCreate();
     EXPECT_EQ(currentAnalyticsControllerForTesting(), nullptr);
-    ZpAnalyticsStartupUserAppDataPath(first, kZpProductDelta, 0, 3, mLocation);
-    ZpAnalyticsStartupUserAppDataPath(second, kZpProductGamma, 0, 3, mLocation);
+    ZpAnalyticsStartupUserAppDataPath(first, kZpProductDelta, 0, 3, location());
+    ZpAnalyticsStartupUserAppDataPath(second, kZpProductGamma, 0, 3, location());
     EXPECT_EQ(currentAnalyticsControllerForTesting(), reinterpret_cast<AnalyticsController*>(first));
     ZpAnalyticsShutdown(second);
     EXPECT_EQ(currentAnalyticsControllerForTesting(), reinterpret_cast<AnalyticsController*>(first));
@@ -115,7 +101,7 @@ TEST_F(AnalyticsExports, ReleasingNullDoesNothing)
 TEST_F(AnalyticsExports, ANullFeatureCodeHasNoEffectAndWritesNoLine)
 {
     ZpAnalytics* analytics = ZpAnalyticsCreate();
-    ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, mLocation);
+    ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, location());
     LogCapture log;
     ZpAnalyticsTrackFeature(analytics, nullptr);
     ZpAnalyticsTrackFeatureWithProperties(analytics, nullptr, nullptr);

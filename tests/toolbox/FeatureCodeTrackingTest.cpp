@@ -22,11 +22,8 @@ protected:
     void SetUp() override
     {
         AppCenterStoreFixture::SetUp();
-        CFStringRef path = ZpQtStringUtils::createCFStringRefFromQString(mDir.path());
-        mLocation = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path, kCFURLPOSIXPathStyle, true);
-        CFRelease(path);
         mController = std::make_unique<AnalyticsController>();
-        mController->startup(kZpProductDelta, 0, 3, mLocation);
+        mController->startup(kZpProductDelta, 0, 3, location());
         // Only what tracking says, not what start-up said.
         mLog = std::make_unique<LogCapture>();
     }
@@ -36,35 +33,10 @@ protected:
         mLog.reset();
         mController.reset();
         AppCenterStoreFixture::TearDown();
-        if (mLocation)
-            CFRelease(mLocation);
     }
 
     void track(CFStringRef code) { FeatureTracking::track(*mController, code, nullptr); }
 
-    // The stored event logs except the machine description sent at start-up.
-    QList<QJsonObject> trackedEvents() const
-    {
-        QList<QJsonObject> events;
-        for (const QJsonObject& log : select(storedLogs(), QStringLiteral("event"))) {
-            if (log.value(QStringLiteral("name")).toString() != QLatin1String("System"))
-                events << log;
-        }
-        return events;
-    }
-
-    static QMap<QString, QString> propertiesOf(const QJsonObject& event)
-    {
-        QMap<QString, QString> properties;
-        for (const QJsonValue& value : event.value(QStringLiteral("typedProperties")).toArray()) {
-            const QJsonObject property = value.toObject();
-            properties.insert(property.value(QStringLiteral("name")).toString(),
-                              property.value(QStringLiteral("value")).toString());
-        }
-        return properties;
-    }
-
-    CFURLRef mLocation = nullptr;
     std::unique_ptr<AnalyticsController> mController;
     std::unique_ptr<LogCapture> mLog;
 };

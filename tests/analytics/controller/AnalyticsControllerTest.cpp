@@ -53,13 +53,13 @@ TEST_F(AnalyticsControllerTest, StartsEmpty)
 
 TEST_F(AnalyticsControllerTest, StartupKeepsTheIdentityFindsTheSecretAndWritesThreeLogs)
 {
-    const CFIndex locationRetains = CFGetRetainCount(mLocation);
+    const CFIndex locationRetains = CFGetRetainCount(location());
     startKnownProduct();
     EXPECT_EQ(mController->product(), kZpProductDelta);
     EXPECT_EQ(mController->productType(), 0);
     EXPECT_EQ(mController->productEditionType(), 3);
-    EXPECT_EQ(mController->userAppDataPath(), mLocation);
-    EXPECT_EQ(CFGetRetainCount(mLocation), locationRetains + 1);
+    EXPECT_EQ(mController->userAppDataPath(), location());
+    EXPECT_EQ(CFGetRetainCount(location()), locationRetains + 1);
     ASSERT_FALSE(knownSecret().isEmpty());
     EXPECT_EQ(mController->appSecret(), knownSecret());
     EXPECT_TRUE(mLog->matching(QStringLiteral("Could not find")).isEmpty());
@@ -72,7 +72,7 @@ TEST_F(AnalyticsControllerTest, StartupKeepsTheIdentityFindsTheSecretAndWritesTh
 
 TEST_F(AnalyticsControllerTest, AnUnknownProductIsLoggedAndStillDescribesTheMachine)
 {
-    mController->startup(kZpProductBeta, 5, 9, mLocation);
+    mController->startup(kZpProductBeta, 5, 9, location());
     EXPECT_EQ(mLog->matching(QStringLiteral("Could not find")),
               QStringList{"Could not find application identifier for Beta, product type: 5, product edition type: 9"});
     EXPECT_TRUE(mController->appSecret().isEmpty());
@@ -139,9 +139,9 @@ TEST_F(AnalyticsControllerTest, ReleasingAStartedControllerEndsItsFeatures)
     startKnownProduct();
     FeatureTracking::start(*mController, CFSTR("Export"), nullptr);
     tick();
-    const CFIndex locationRetains = CFGetRetainCount(mLocation);
+    const CFIndex locationRetains = CFGetRetainCount(location());
     mController.reset();
-    EXPECT_EQ(CFGetRetainCount(mLocation), locationRetains - 1);
+    EXPECT_EQ(CFGetRetainCount(location()), locationRetains - 1);
     const QList<QJsonObject> events = trackedEvents();
     ASSERT_EQ(events.size(), 2);
     EXPECT_EQ(events.at(1).value(QStringLiteral("name")).toString(), QStringLiteral("ExportEnd"));

@@ -23,16 +23,12 @@ protected:
 
     // Starts the controller for a product with a known app secret.
     void startKnownProduct();
-    // The stored event logs other than "System", oldest first.
-    QList<QJsonObject> trackedEvents();
 
-    static QMap<QString, QString> propertiesOf(const QJsonObject& event);
     // A host dictionary of CFString pairs; the caller releases it.
     static CFMutableDictionaryRef hostDictionary(const QMap<QString, QString>& pairs);
     // Lets the clock move on, so that stored timestamps order the logs.
     static void tick();
 
-    CFURLRef mLocation = nullptr;
     std::unique_ptr<AnalyticsController> mController;
     std::unique_ptr<LogCapture> mLog;
 };
