@@ -88,6 +88,7 @@ void sendAll(leveldb::DB& database, const QString& appSecret, const QString& ins
 AppCenterQueue::AppCenterQueue(const QString& appSecret, const QString& storageDirectory)
     : mAppSecret(appSecret)
     , mDevice(DeviceInfo::current())
+    , mPlainDeviceJson(mDevice.toJson(QString()))
     , mState(std::make_shared<State>())
 {
     openDatabase(storageDirectory);
@@ -136,7 +137,7 @@ void AppCenterQueue::enqueue(QJsonObject& log, const QString& wrapperSdkName)
     if (id.isEmpty())
         id = AppCenterLogBuilder::newUuid();
     log.insert(QStringLiteral("id"), id);
-    log.insert(QStringLiteral("device"), mDevice.toJson(wrapperSdkName));
+    log.insert(QStringLiteral("device"), wrapperSdkName.isEmpty() ? mPlainDeviceJson : mDevice.toJson(wrapperSdkName));
     log.insert(QStringLiteral("timestamp"), AppCenterLogBuilder::utcTimestamp());
 
     const QByteArray json = QJsonDocument(log).toJson(QJsonDocument::Compact);

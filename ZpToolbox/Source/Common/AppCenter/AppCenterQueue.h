@@ -72,6 +72,8 @@ private:
     QString mAppSecret;
     QString mInstallId;
     DeviceInfo mDevice;
+    // The device object without a wrapper name, built once: most logs carry it.
+    QJsonObject mPlainDeviceJson;
     std::shared_ptr<State> mState;
     // Start of the last send on the monotonic clock, in ms; -1 before the
     // first. Atomic because scheduleSend runs on several threads at once.
