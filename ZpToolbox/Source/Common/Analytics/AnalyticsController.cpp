@@ -5,52 +5,24 @@
 #include "Analytics/FeatureTracking.h"
 #include "Analytics/SystemProperties.h"
 #include "AppCenter/AppCenter.h"
+#include "Toolbox/CFReferences.h"
 
-#include <ZpQtCoreLite/ZpQtPathUtils.h>
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
-
-namespace {
-
-// Replaces *slot with `value`, retained; releases what *slot held.
-template <typename Ref>
-void retainInto(Ref* slot, Ref value)
-{
-    if (value)
-        CFRetain(value);
-    if (*slot)
-        CFRelease(*slot);
-    *slot = value;
-}
-
-} // namespace
 
 AnalyticsController::AnalyticsController() = default;
 
 AnalyticsController::~AnalyticsController()
 {
     stop();
-    if (mProduct) {
-        CFRelease(mProduct);
-        mProduct = nullptr;
-    }
-    if (mUserAppDataPath) {
-        CFRelease(mUserAppDataPath);
-        mUserAppDataPath = nullptr;
-    }
+    releaseInto(&mProduct);
+    releaseInto(&mUserAppDataPath);
 }
 
 void AnalyticsController::startup(CFStringRef product, int32_t productType, int32_t productEditionType,
                                   CFURLRef userAppDataPath)
 {
     retainInto(&mProduct, product);
-    if (userAppDataPath) {
-        retainInto(&mUserAppDataPath, userAppDataPath);
-    } else {
-        CFURLRef defaultPath = ZpQtPathUtils::getUserAppDataPathForProduct(mProduct); // created: ours already
-        retainInto(&mUserAppDataPath, defaultPath);
-        if (defaultPath)
-            CFRelease(defaultPath);
-    }
+    keepUserAppDataPath(&mUserAppDataPath, userAppDataPath, mProduct);
     mProductType = productType;
     mProductEditionType = productEditionType;
     if (mVerbosity >= 1)

@@ -4,32 +4,11 @@
 #include "Analytics/AnalyticsLog.h"
 #include "Analytics/TrackingObjectFactory.h"
 #include "AppCenter/AppCenterAnalytics.h"
+#include "Toolbox/CFReferences.h"
 
 #include <ZpCore/ZpString.h>
 
 namespace {
-
-// Releases a CoreFoundation reference when it goes out of scope.
-template <typename Ref>
-class Owned {
-public:
-    explicit Owned(Ref ref = nullptr)
-        : mRef(ref)
-    {
-    }
-    ~Owned()
-    {
-        if (mRef)
-            CFRelease(mRef);
-    }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-    Ref get() const { return mRef; }
-    explicit operator bool() const { return mRef != nullptr; }
-
-private:
-    Ref mRef;
-};
 
 // Positions of every '.' in `code`.
 QList<CFIndex> dotPositions(CFStringRef code)
@@ -91,8 +70,8 @@ void FeatureTracking::track(AnalyticsController& controller, CFStringRef code, C
 void FeatureTracking::trackDotted(CFStringRef code, CFDictionaryRef properties)
 {
     const TrackingObjectFactory& factory = TrackingObjectFactory::current();
-    Owned<CFArrayRef> pieces(factory.separate(kCFAllocatorDefault, code, CFSTR(".")));
-    Owned<CFStringRef> name(pieces && CFArrayGetCount(pieces.get()) > 0
+    CFOwned<CFArrayRef> pieces(factory.separate(kCFAllocatorDefault, code, CFSTR(".")));
+    CFOwned<CFStringRef> name(pieces && CFArrayGetCount(pieces.get()) > 0
                                 ? factory.copy(kCFAllocatorDefault,
                                                static_cast<CFStringRef>(CFArrayGetValueAtIndex(pieces.get(), 0)))
                                 : nullptr);
@@ -100,7 +79,7 @@ void FeatureTracking::trackDotted(CFStringRef code, CFDictionaryRef properties)
         AnalyticsLog::internalFailure(154);
         return;
     }
-    Owned<CFMutableDictionaryRef> dotted(dottedProperties(code, properties));
+    CFOwned<CFMutableDictionaryRef> dotted(dottedProperties(code, properties));
     if (!dotted) {
         AnalyticsLog::internalFailure(157);
         return;
@@ -118,12 +97,12 @@ CFMutableDictionaryRef FeatureTracking::dottedProperties(CFStringRef code, CFDic
     const TrackingObjectFactory& factory = TrackingObjectFactory::current();
     const CFIndex first = dots.at(0);
     const CFIndex second = dots.at(1);
-    Owned<CFStringRef> key(factory.substring(kCFAllocatorDefault, code, CFRangeMake(first + 1, second - first - 1)));
+    CFOwned<CFStringRef> key(factory.substring(kCFAllocatorDefault, code, CFRangeMake(first + 1, second - first - 1)));
     if (!key) {
         AnalyticsLog::internalFailure(340);
         return nullptr;
     }
-    Owned<CFStringRef> value(
+    CFOwned<CFStringRef> value(
         factory.substring(kCFAllocatorDefault, code, CFRangeMake(second + 1, CFStringGetLength(code) - second - 1)));
     if (!value) {
         AnalyticsLog::internalFailure(343);
@@ -164,7 +143,7 @@ void FeatureTracking::start(AnalyticsController& controller, CFStringRef code, C
         timers[key].start();
     } else {
         // Started again without a stop: close the first run with its time only.
-        Owned<CFStringRef> time(newSignedText(found.value().restart()));
+        CFOwned<CFStringRef> time(newSignedText(found.value().restart()));
         sendEnd(code, nullptr, time.get(), nullptr);
     }
     sendWithSuffix(code, CFSTR("Start"), properties);
@@ -179,7 +158,7 @@ void FeatureTracking::stop(AnalyticsController& controller, CFStringRef code, CF
     QMap<ZpString, QElapsedTimer>& timers = controller.startedFeatureTimers();
     const auto found = timers.find(ZpString(code));
     if (found != timers.end()) {
-        Owned<CFStringRef> time(newUnsignedText(found.value().elapsed()));
+        CFOwned<CFStringRef> time(newUnsignedText(found.value().elapsed()));
         sendEnd(code, properties, time.get(), CFSTR("false"));
         timers.erase(found);
     }
@@ -191,8 +170,8 @@ void FeatureTracking::trackValue(AnalyticsController& controller, CFStringRef co
 {
     if (!code || checkCode(code) != kValidCode)
         return;
-    Owned<CFMutableDictionaryRef> properties(TrackingObjectFactory::current().emptyDictionary());
-    Owned<CFStringRef> text(newSignedText(value));
+    CFOwned<CFMutableDictionaryRef> properties(TrackingObjectFactory::current().emptyDictionary());
+    CFOwned<CFStringRef> text(newSignedText(value));
     if (properties && text) {
         CFDictionarySetValue(properties.get(), CFSTR("value"), text.get());
         send(code, properties.get());
@@ -203,13 +182,13 @@ void FeatureTracking::trackValue(AnalyticsController& controller, CFStringRef co
 
 void FeatureTracking::sendInterruptedEnd(CFStringRef code, qint64 elapsedMs)
 {
-    Owned<CFStringRef> time(newUnsignedText(elapsedMs));
+    CFOwned<CFStringRef> time(newUnsignedText(elapsedMs));
     sendEnd(code, nullptr, time.get(), CFSTR("true"));
 }
 
 void FeatureTracking::sendEnd(CFStringRef code, CFDictionaryRef properties, CFStringRef time, CFStringRef interrupted)
 {
-    Owned<CFMutableDictionaryRef> end(TrackingObjectFactory::current().copyOrCreate(properties));
+    CFOwned<CFMutableDictionaryRef> end(TrackingObjectFactory::current().copyOrCreate(properties));
     if (!end || !time)
         return;
     CFDictionarySetValue(end.get(), CFSTR("time"), time);
@@ -220,7 +199,7 @@ void FeatureTracking::sendEnd(CFStringRef code, CFDictionaryRef properties, CFSt
 
 void FeatureTracking::sendWithSuffix(CFStringRef code, CFStringRef suffix, CFDictionaryRef properties)
 {
-    Owned<CFStringRef> name(CFStringCreateWithFormat(kCFAllocatorDefault, nullptr, CFSTR("%@%@"), code, suffix));
+    CFOwned<CFStringRef> name(CFStringCreateWithFormat(kCFAllocatorDefault, nullptr, CFSTR("%@%@"), code, suffix));
     if (name)
         send(name.get(), properties);
 }

@@ -5,9 +5,9 @@
 #include "AppCenter/PrivateFiles.h"
 #include "CrashReport/CrashCapture.h"
 #include "CrashReport/CrashPath.h"
+#include "ZpToolboxUtils.h"
 
 #include <ZpCore/ZpProcess.h>
-#include <ZpQtCoreLite/ZpQtStringUtils.h>
 
 #include <QDir>
 #include <QFile>
@@ -19,20 +19,6 @@
 namespace {
 
 const QString kWrapperSdkName = QStringLiteral("custom.ndk");
-
-// The executable's file name, extension included; empty if the system does not say.
-QString processName()
-{
-    CFURLRef path = ZpProcessCreateCurrentProcessPath();
-    if (!path)
-        return QString();
-    CFStringRef name = CFURLCopyLastPathComponent(path);
-    const QString text = ZpQtStringUtils::createQStringFromCFStringRef(name);
-    if (name)
-        CFRelease(name);
-    CFRelease(path);
-    return text;
-}
 
 QJsonObject attachmentLog(const QString& errorId, const QString& sessionId, const QString& fileName,
                           const QString& contentType, const QString& base64)
@@ -82,7 +68,7 @@ QByteArray Crashes::buildCrashJson(const QString& userId) const
          QJsonObject{{QStringLiteral("type"), QStringLiteral("minidump")}, {QStringLiteral("wrapperSdkName"), kWrapperSdkName}}},
         {QStringLiteral("fatal"), true},
         {QStringLiteral("processId"), ZpProcessGetPID()},
-        {QStringLiteral("processName"), processName()},
+        {QStringLiteral("processName"), ZpToolboxUtils::processName()},
         {QStringLiteral("type"), QStringLiteral("managedError")},
         {QStringLiteral("userId"), userId},
     };

@@ -4,4 +4,5 @@ include(${CMAKE_CURRENT_LIST_DIR}/FeatureCodes.cmake)
 
 target_sources(ZpToolboxLiteObjects PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ZpToolboxLite.h
-  ${CMAKE_CURRENT_LIST_DIR}/ZpAnalyticsExports.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/ZpAnalyticsExports.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ZpCrashReportExports.cpp)
