@@ -18,7 +18,7 @@ namespace {
 
 enum class Length { None, Char, Short, Long, LongLong, IntMax, Size, PtrDiff, LongDouble };
 
-struct Spec {
+struct Directive {
     std::string flags;
     int width = -1;     // -1: none
     int precision = -1; // -1: none
@@ -27,13 +27,13 @@ struct Spec {
     bool leftAlign() const { return flags.find('-') != std::string::npos; }
 };
 
-// The snprintf form of spec, with '*' already resolved into numbers.
-std::string printfSpec(const Spec &spec, const char *lengthText, char conversion) {
-    std::string out = "%" + spec.flags;
-    if (spec.width >= 0)
-        out += std::to_string(spec.width);
-    if (spec.precision >= 0)
-        out += "." + std::to_string(spec.precision);
+// The snprintf form of directive, with '*' already resolved into numbers.
+std::string printfDirective(const Directive &directive, const char *lengthText, char conversion) {
+    std::string out = "%" + directive.flags;
+    if (directive.width >= 0)
+        out += std::to_string(directive.width);
+    if (directive.precision >= 0)
+        out += "." + std::to_string(directive.precision);
     out += lengthText;
     out += conversion;
     return out;
@@ -54,20 +54,20 @@ template <typename T> std::string render(const std::string &format, T value) {
 
 // Precision cuts text to that many UTF-16 units (never between the two halves
 // of a surrogate pair); width pads it with spaces.
-void appendText(std::u16string &out, std::u16string text, const Spec &spec) {
-    if (spec.precision >= 0 && text.size() > static_cast<size_t>(spec.precision)) {
-        size_t keep = static_cast<size_t>(spec.precision);
+void appendText(std::u16string &out, std::u16string text, const Directive &directive) {
+    if (directive.precision >= 0 && text.size() > static_cast<size_t>(directive.precision)) {
+        size_t keep = static_cast<size_t>(directive.precision);
         if (keep > 0 && text[keep - 1] >= 0xD800 && text[keep - 1] <= 0xDBFF)
             --keep;
         text.resize(keep);
     }
-    const size_t pad = spec.width > 0 && text.size() < static_cast<size_t>(spec.width)
-                           ? static_cast<size_t>(spec.width) - text.size()
+    const size_t pad = directive.width > 0 && text.size() < static_cast<size_t>(directive.width)
+                           ? static_cast<size_t>(directive.width) - text.size()
                            : 0;
-    if (!spec.leftAlign())
+    if (!directive.leftAlign())
         out.append(pad, u' ');
     out += text;
-    if (spec.leftAlign())
+    if (directive.leftAlign())
         out.append(pad, u' ');
 }
 
@@ -84,69 +84,69 @@ std::u16string systemText(const char *bytes) {
     return text;
 }
 
-void appendSigned(std::u16string &out, const Spec &spec, va_list args) {
-    const char c = spec.conversion;
-    switch (spec.length) {
-    case Length::Long: appendAscii(out, render(printfSpec(spec, "l", c), va_arg(args, long))); break;
-    case Length::LongLong: appendAscii(out, render(printfSpec(spec, "ll", c), va_arg(args, long long))); break;
-    case Length::IntMax: appendAscii(out, render(printfSpec(spec, "j", c), va_arg(args, intmax_t))); break;
+void appendSigned(std::u16string &out, const Directive &directive, va_list args) {
+    const char c = directive.conversion;
+    switch (directive.length) {
+    case Length::Long: appendAscii(out, render(printfDirective(directive, "l", c), va_arg(args, long))); break;
+    case Length::LongLong: appendAscii(out, render(printfDirective(directive, "ll", c), va_arg(args, long long))); break;
+    case Length::IntMax: appendAscii(out, render(printfDirective(directive, "j", c), va_arg(args, intmax_t))); break;
     case Length::Size:
-        appendAscii(out, render(printfSpec(spec, "z", c), va_arg(args, std::make_signed_t<size_t>)));
+        appendAscii(out, render(printfDirective(directive, "z", c), va_arg(args, std::make_signed_t<size_t>)));
         break;
-    case Length::PtrDiff: appendAscii(out, render(printfSpec(spec, "t", c), va_arg(args, ptrdiff_t))); break;
-    case Length::Char: appendAscii(out, render(printfSpec(spec, "hh", c), va_arg(args, int))); break;
-    case Length::Short: appendAscii(out, render(printfSpec(spec, "h", c), va_arg(args, int))); break;
-    default: appendAscii(out, render(printfSpec(spec, "", c), va_arg(args, int))); break;
+    case Length::PtrDiff: appendAscii(out, render(printfDirective(directive, "t", c), va_arg(args, ptrdiff_t))); break;
+    case Length::Char: appendAscii(out, render(printfDirective(directive, "hh", c), va_arg(args, int))); break;
+    case Length::Short: appendAscii(out, render(printfDirective(directive, "h", c), va_arg(args, int))); break;
+    default: appendAscii(out, render(printfDirective(directive, "", c), va_arg(args, int))); break;
     }
 }
 
-void appendUnsigned(std::u16string &out, const Spec &spec, va_list args) {
-    const char c = spec.conversion;
-    switch (spec.length) {
-    case Length::Long: appendAscii(out, render(printfSpec(spec, "l", c), va_arg(args, unsigned long))); break;
+void appendUnsigned(std::u16string &out, const Directive &directive, va_list args) {
+    const char c = directive.conversion;
+    switch (directive.length) {
+    case Length::Long: appendAscii(out, render(printfDirective(directive, "l", c), va_arg(args, unsigned long))); break;
     case Length::LongLong:
-        appendAscii(out, render(printfSpec(spec, "ll", c), va_arg(args, unsigned long long)));
+        appendAscii(out, render(printfDirective(directive, "ll", c), va_arg(args, unsigned long long)));
         break;
-    case Length::IntMax: appendAscii(out, render(printfSpec(spec, "j", c), va_arg(args, uintmax_t))); break;
-    case Length::Size: appendAscii(out, render(printfSpec(spec, "z", c), va_arg(args, size_t))); break;
+    case Length::IntMax: appendAscii(out, render(printfDirective(directive, "j", c), va_arg(args, uintmax_t))); break;
+    case Length::Size: appendAscii(out, render(printfDirective(directive, "z", c), va_arg(args, size_t))); break;
     case Length::PtrDiff:
-        appendAscii(out, render(printfSpec(spec, "t", c), va_arg(args, std::make_unsigned_t<ptrdiff_t>)));
+        appendAscii(out, render(printfDirective(directive, "t", c), va_arg(args, std::make_unsigned_t<ptrdiff_t>)));
         break;
-    case Length::Char: appendAscii(out, render(printfSpec(spec, "hh", c), va_arg(args, unsigned int))); break;
-    case Length::Short: appendAscii(out, render(printfSpec(spec, "h", c), va_arg(args, unsigned int))); break;
-    default: appendAscii(out, render(printfSpec(spec, "", c), va_arg(args, unsigned int))); break;
+    case Length::Char: appendAscii(out, render(printfDirective(directive, "hh", c), va_arg(args, unsigned int))); break;
+    case Length::Short: appendAscii(out, render(printfDirective(directive, "h", c), va_arg(args, unsigned int))); break;
+    default: appendAscii(out, render(printfDirective(directive, "", c), va_arg(args, unsigned int))); break;
     }
 }
 
-void appendFloating(std::u16string &out, const Spec &spec, va_list args) {
-    if (spec.length == Length::LongDouble)
-        appendAscii(out, render(printfSpec(spec, "L", spec.conversion), va_arg(args, long double)));
+void appendFloating(std::u16string &out, const Directive &directive, va_list args) {
+    if (directive.length == Length::LongDouble)
+        appendAscii(out, render(printfDirective(directive, "L", directive.conversion), va_arg(args, long double)));
     else
-        appendAscii(out, render(printfSpec(spec, "", spec.conversion), va_arg(args, double)));
+        appendAscii(out, render(printfDirective(directive, "", directive.conversion), va_arg(args, double)));
 }
 
 // "0x" and lowercase hex digits, NULL as "0x0", as Apple prints pointers
 // (glibc would print "(nil)").
-void appendPointer(std::u16string &out, const Spec &spec, va_list args) {
+void appendPointer(std::u16string &out, const Directive &directive, va_list args) {
     const void *p = va_arg(args, void *);
-    Spec digits;
-    digits.precision = spec.precision;
-    const std::string text = "0x" + render(printfSpec(digits, "j", 'x'), static_cast<uintmax_t>(reinterpret_cast<uintptr_t>(p)));
-    Spec padding = spec;
+    Directive digits;
+    digits.precision = directive.precision;
+    const std::string text = "0x" + render(printfDirective(digits, "j", 'x'), static_cast<uintmax_t>(reinterpret_cast<uintptr_t>(p)));
+    Directive padding = directive;
     padding.precision = -1;
     appendText(out, std::u16string(text.begin(), text.end()), padding);
 }
 
-void appendObject(std::u16string &out, const Spec &spec, va_list args) {
+void appendObject(std::u16string &out, const Directive &directive, va_list args) {
     CFTypeRef object = va_arg(args, CFTypeRef);
     if (!object) {
-        appendText(out, u"(null)", spec);
+        appendText(out, u"(null)", directive);
         return;
     }
     CFStringRef description = CFCopyDescription(object);
     std::u16string text(zpcf::stringText(description));
     CFRelease(description);
-    appendText(out, std::move(text), spec);
+    appendText(out, std::move(text), directive);
 }
 
 bool isFlag(char16_t c) { return c == u'-' || c == u'+' || c == u' ' || c == u'0' || c == u'#' || c == u'\''; }
@@ -208,33 +208,33 @@ void appendFormatted(std::u16string &out, std::u16string_view format, va_list ar
         const size_t start = percent;
         i = percent + 1;
 
-        Spec spec;
+        Directive directive;
         while (i < format.size() && isFlag(format[i]))
-            spec.flags += static_cast<char>(format[i++]);
-        spec.width = readCount(format, i);
-        if (spec.width == -2) {
+            directive.flags += static_cast<char>(format[i++]);
+        directive.width = readCount(format, i);
+        if (directive.width == -2) {
             const int width = va_arg(args, int);
             if (width < 0)
-                spec.flags += '-';
-            spec.width = width < 0 ? -width : width;
+                directive.flags += '-';
+            directive.width = width < 0 ? -width : width;
         }
         if (i < format.size() && format[i] == u'.') {
             ++i;
-            spec.precision = readCount(format, i);
-            if (spec.precision == -2) {
+            directive.precision = readCount(format, i);
+            if (directive.precision == -2) {
                 const int precision = va_arg(args, int);
-                spec.precision = precision < 0 ? -1 : precision;
-            } else if (spec.precision == -1) {
-                spec.precision = 0; // "%.f" means precision 0
+                directive.precision = precision < 0 ? -1 : precision;
+            } else if (directive.precision == -1) {
+                directive.precision = 0; // "%.f" means precision 0
             }
         }
-        spec.length = readLength(format, i);
+        directive.length = readLength(format, i);
         if (i >= format.size()) {
             out.append(format.substr(start)); // an unfinished conversion stays as written
             return;
         }
         const char16_t conversion = format[i++];
-        spec.conversion = conversion < 0x80 ? static_cast<char>(conversion) : 0;
+        directive.conversion = conversion < 0x80 ? static_cast<char>(conversion) : 0;
 
         switch (conversion) {
         case u'%':
@@ -242,20 +242,20 @@ void appendFormatted(std::u16string &out, std::u16string_view format, va_list ar
             break;
         case u'd':
         case u'i':
-            appendSigned(out, spec, args);
+            appendSigned(out, directive, args);
             break;
         case u'u':
         case u'o':
         case u'x':
         case u'X':
-            appendUnsigned(out, spec, args);
+            appendUnsigned(out, directive, args);
             break;
         case u'D': // Apple's old synonyms for the long forms
         case u'U':
         case u'O':
-            spec.conversion = static_cast<char>(conversion - u'A' + u'a');
-            spec.length = Length::Long;
-            conversion == u'D' ? appendSigned(out, spec, args) : appendUnsigned(out, spec, args);
+            directive.conversion = static_cast<char>(conversion - u'A' + u'a');
+            directive.length = Length::Long;
+            conversion == u'D' ? appendSigned(out, directive, args) : appendUnsigned(out, directive, args);
             break;
         case u'f':
         case u'F':
@@ -265,37 +265,37 @@ void appendFormatted(std::u16string &out, std::u16string_view format, va_list ar
         case u'G':
         case u'a':
         case u'A':
-            appendFloating(out, spec, args);
+            appendFloating(out, directive, args);
             break;
         case u'c':
             appendText(out, std::u16string(1, static_cast<char16_t>(static_cast<unsigned char>(va_arg(args, int)))),
-                       spec);
+                       directive);
             break;
         case u'C':
-            appendText(out, std::u16string(1, static_cast<char16_t>(va_arg(args, int))), spec);
+            appendText(out, std::u16string(1, static_cast<char16_t>(va_arg(args, int))), directive);
             break;
         case u's': {
             const char *text = va_arg(args, const char *);
-            appendText(out, text ? systemText(text) : u"(null)", spec);
+            appendText(out, text ? systemText(text) : u"(null)", directive);
             break;
         }
         case u'S': {
             const UniChar *text = va_arg(args, const UniChar *);
             if (!text) {
-                appendText(out, u"(null)", spec);
+                appendText(out, u"(null)", directive);
                 break;
             }
             std::u16string units;
             for (const UniChar *p = text; *p; ++p)
                 units += static_cast<char16_t>(*p);
-            appendText(out, std::move(units), spec);
+            appendText(out, std::move(units), directive);
             break;
         }
         case u'p':
-            appendPointer(out, spec, args);
+            appendPointer(out, directive, args);
             break;
         case u'@':
-            appendObject(out, spec, args);
+            appendObject(out, directive, args);
             break;
         case u'n': // never written through: the argument is skipped
             (void)va_arg(args, void *);
