@@ -4,33 +4,17 @@
 
 #include <ZpCore/ZpCore.h>
 
-namespace {
-
-CFStringRef constantString(const char* text)
-{
-    return __CFStringMakeConstantString(text);
-}
-
-} // namespace
-
 BundleIdentifierMap::BundleIdentifierMap()
 {
     using Data = ProductIdentifierData;
+    const auto constantString = &Data::constantString;
     // Product edition type 3 is the premium edition, 2 the main product's
     // second edition, 1 the standard edition; product type 1 marks the
     // standard single-product editions and the mobile product.
     insert(BundleIdentifierKey(kZpProductBeta, 0, 3), constantString(Data::kBeta.premiumBundle));
     insert(BundleIdentifierKey(kZpProductBeta, 0, 2), constantString(Data::kBeta.secondEditionBundle));
 
-    const struct {
-        CFStringRef product;
-        const Data::EditionProduct& data;
-    } editionProducts[] = {
-        {kZpProductDelta, Data::kDelta}, {kZpProductGamma, Data::kGamma}, {kZpProductEpsilon, Data::kEpsilon},
-        {kZpProductZeta, Data::kZeta},   {kZpProductEta, Data::kEta},     {kZpProductTheta, Data::kTheta},
-        {kZpProductIota, Data::kIota},
-    };
-    for (const auto& edition : editionProducts) {
+    for (const auto& edition : Data::editionProducts()) {
         insert(BundleIdentifierKey(edition.product, 0, 3), constantString(edition.data.premiumBundle));
         insert(BundleIdentifierKey(edition.product, 1, 1), constantString(edition.data.standardBundle));
     }

@@ -6,18 +6,10 @@
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
 #include <ZpQtCoreLite/ZpQtSysInfo.h>
 
-namespace {
-
-CFStringRef constantString(const char* text)
-{
-    return __CFStringMakeConstantString(text);
-}
-
-} // namespace
-
 CrashAppIdentiferMap::CrashAppIdentiferMap()
 {
     using Data = ProductIdentifierData;
+    const auto constantString = &Data::constantString;
     const CFStringRef beta = kZpProductBeta;
     // The secret set is chosen before the main product's rows and again before
     // the mobile product's; both choices read the same inputs, so they agree
@@ -35,15 +27,7 @@ CrashAppIdentiferMap::CrashAppIdentiferMap()
         insert(CrashAppIdentiferKey(beta, 0, 2, 1), constantString(Data::kBeta.secondEditionVariant1Secret));
     }
 
-    const struct {
-        CFStringRef product;
-        const Data::EditionProduct& data;
-    } editionProducts[] = {
-        {kZpProductDelta, Data::kDelta}, {kZpProductGamma, Data::kGamma}, {kZpProductEpsilon, Data::kEpsilon},
-        {kZpProductZeta, Data::kZeta},   {kZpProductEta, Data::kEta},     {kZpProductTheta, Data::kTheta},
-        {kZpProductIota, Data::kIota},
-    };
-    for (const auto& edition : editionProducts) {
+    for (const auto& edition : Data::editionProducts()) {
         insert(CrashAppIdentiferKey(edition.product, 0, 3, 2), constantString(edition.data.premiumSecret));
         insert(CrashAppIdentiferKey(edition.product, 0, 3, 1), constantString(edition.data.premiumVariant1Secret));
         insert(CrashAppIdentiferKey(edition.product, 1, 1, 1), constantString(edition.data.standardVariant1Secret));

@@ -1,5 +1,7 @@
 #include "Analytics/ProductIdentifierData.h"
 
+#include <ZpCore/ZpProducts.h>
+
 // Bundle identifiers: the vendor's reverse domain, then the brand word, the
 // product's word and the year run together; premium editions add ".premium".
 #define ZP_BUNDLE_PREFIX "com.example.vantro.Vantro"
@@ -66,3 +68,21 @@ const ProductIdentifierData::AppManager ProductIdentifierData::kAlpha = {
     "com.example.vantro.VantroAppManager.standard",
     ZP_FAKE_SECRET("32"), ZP_FAKE_SECRET("33"),
 };
+
+std::array<ProductIdentifierData::EditionProductRow, 7> ProductIdentifierData::editionProducts()
+{
+    return {{
+        {kZpProductDelta, kDelta},
+        {kZpProductGamma, kGamma},
+        {kZpProductEpsilon, kEpsilon},
+        {kZpProductZeta, kZeta},
+        {kZpProductEta, kEta},
+        {kZpProductTheta, kTheta},
+        {kZpProductIota, kIota},
+    }};
+}
+
+CFStringRef ProductIdentifierData::constantString(const char* text)
+{
+    return __CFStringMakeConstantString(text);
+}

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <array>
+
 // The deployment data behind the product identifier tables: every bundle
 // identifier and every App Center app secret of the product family.
 //
@@ -71,4 +75,16 @@ public:
     static const EditionProduct kIota;
     static const MobileProduct kKappa;
     static const AppManager kAlpha;
+
+    // The seven products with a premium and a standard edition, in the tables'
+    // order, each with its product constant.
+    struct EditionProductRow {
+        CFStringRef product;
+        const EditionProduct& data;
+    };
+    static std::array<EditionProductRow, 7> editionProducts();
+
+    // A constant CFString of `text`: never retained or released, like the
+    // product constants.
+    static CFStringRef constantString(const char* text);
 };
