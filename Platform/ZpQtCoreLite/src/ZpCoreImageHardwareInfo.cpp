@@ -98,7 +98,8 @@ std::optional<GlFacts> gFacts;
 GlFacts facts()
 {
     QMutexLocker lock(&gMutex);
-    if (!gFacts && qGuiApp && QThread::currentThread() == qGuiApp->thread())
+    const auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance()); // may be a QCoreApplication
+    if (!gFacts && app && QThread::currentThread() == app->thread())
         gFacts = probe();
     return gFacts.value_or(GlFacts{});
 }

@@ -44,7 +44,10 @@ QString systemRoot()
 // QScreen belongs to the GUI thread; elsewhere there is no screen to ask.
 const QScreen* primaryScreenHere()
 {
-    if (!qGuiApp || QThread::currentThread() != qGuiApp->thread())
+    // qobject_cast: a host may have only a QCoreApplication (qGuiApp would
+    // then be a wrong static_cast).
+    const auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (!app || QThread::currentThread() != app->thread())
         return nullptr;
     return QGuiApplication::primaryScreen();
 }

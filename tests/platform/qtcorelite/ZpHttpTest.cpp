@@ -90,7 +90,8 @@ TEST(ZpHttp, PostDeliversBodyAndHeadersExactlyInOrder)
     http.setHeader("App-Secret", "0123-abcd");
     http.setHeader("x-first", "uno"); // replaces the value, keeps the place
     http.setHeader("Install-ID", "{5b1c3f0e-0000-4000-8000-000000000001}");
-    const QByteArray body("{\"logs\":[{\"text\":\"\xE2\x82\xAC \xF0\x9F\x98\x80\"}]}\n\0tail", 41);
+    static const char kBody[] = "{\"logs\":[{\"text\":\"\xE2\x82\xAC \xF0\x9F\x98\x80\"}]}\n\0tail";
+    const QByteArray body(kBody, sizeof(kBody) - 1); // the NUL inside is part of the body
 
     const PostResult result = postOnce(http, body);
     EXPECT_TRUE(result.ok) << result.error.toStdString();
