@@ -1,6 +1,7 @@
 // CrashReportDialog: its widgets, texts and window, and the answers a user
 // gives it through the keyboard and the mouse.
 #include "CrashReport/CrashReportDialog.h"
+#include "KeyboardTyping.h"
 
 #include <ZpCore/ZpProducts.h>
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
@@ -49,23 +50,6 @@ QPushButton* buttonTitled(const QWidget& dialog, const QString& title)
             return qobject_cast<QPushButton*>(button);
     }
     return nullptr;
-}
-
-// Types `text` into `target` one key press at a time, the way a keyboard
-// would: '\n' is the Return key. QTest's keyClicks() only speaks ASCII, so any
-// other character arrives as a key press that carries its text, as a key of a
-// national keyboard layout does.
-void typeText(QWidget* target, const QString& text)
-{
-    for (const char32_t codePoint : text.toUcs4()) {
-        if (codePoint == U'\n')
-            QTest::keyClick(target, Qt::Key_Return);
-        else if (codePoint < 0x80)
-            QTest::keyClick(target, static_cast<char>(codePoint));
-        else
-            QTest::sendKeyEvent(QTest::Click, target, Qt::Key_unknown, QString::fromUcs4(&codePoint, 1),
-                                Qt::NoModifier);
-    }
 }
 
 // Runs dialog.exec() as the crash workflow does and lets `user` act on the

@@ -1,4 +1,5 @@
 #include "WorkflowFixture.h"
+#include "KeyboardTyping.h"
 
 #include "Analytics/BundleIdentifierMap.h"
 #include "Analytics/CrashAppIdentiferMap.h"
@@ -37,22 +38,6 @@ template <typename T>
 T* part(const QWidget& dialog, const char* name)
 {
     return dialog.findChild<T*>(QLatin1String(name));
-}
-
-// Key presses as a keyboard sends them: '\n' is the Return key, and a
-// non-ASCII character comes as a key press carrying its text, as on a
-// national layout (QTest::keyClicks speaks ASCII only).
-void typeText(QWidget* target, const QString& text)
-{
-    for (const char32_t codePoint : text.toUcs4()) {
-        if (codePoint == U'\n')
-            QTest::keyClick(target, Qt::Key_Return);
-        else if (codePoint < 0x80)
-            QTest::keyClick(target, static_cast<char>(codePoint));
-        else
-            QTest::sendKeyEvent(QTest::Click, target, Qt::Key_unknown, QString::fromUcs4(&codePoint, 1),
-                                Qt::NoModifier);
-    }
 }
 
 // Clicks into a field, selects what is in it, deletes it and types `text`.
