@@ -2,7 +2,12 @@
 
 #include <ZpCore/ZpUtils.h>
 
+#include <QDateTime>
 #include <QJsonArray>
+#include <QMutex>
+#include <QSet>
+#include <thread>
+#include <vector>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
@@ -95,4 +100,68 @@ TEST(AppCenterLogBuilder, TimestampIsUtcIsoWithMilliseconds)
     const QRegularExpression form(QStringLiteral("^\\d{4}-\\d{2}-\\d{2}T\\d{2}:\\d{2}:\\d{2}\\.\\d{3}Z$"));
     const QString stamp = AppCenterLogBuilder::utcTimestamp();
     EXPECT_TRUE(form.match(stamp).hasMatch()) << stamp.toStdString();
+}
+
+TEST(AppCenterLogBuilder, TimestampTextIsWhatQtWritesForEveryMillisecond)
+{
+    // Second and day boundaries, a leap day, times before 1970, and a run of
+    // consecutive milliseconds through several seconds (the remembered date
+    // and time of day must change with the second).
+    QList<qint64> times{0, 1, 999, 1000, -1, -999, -1000, -1001, 951782400000 /* 2000-02-29 */,
+                        1714558830123 /* 2024-05-01T10:20:30.123 */, 253402300799999 /* 9999-12-31T23:59:59.999 */};
+    for (qint64 ms = 1735689597990; ms < 1735689602010; ms += 7) // around 2025-01-01T00:00:00
+        times << ms;
+    for (const qint64 ms : times) {
+        const QByteArray expected = QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC).toString(Qt::ISODateWithMs).toLatin1();
+        ASSERT_EQ(AppCenterLogBuilder::utcTimestampText(ms), expected) << ms;
+    }
+}
+
+TEST(AppCenterLogBuilder, TimestampTextIsTheCurrentTime)
+{
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    const QByteArray stamp = AppCenterLogBuilder::utcTimestampText();
+    const qint64 after = QDateTime::currentMSecsSinceEpoch();
+    const qint64 stamped = QDateTime::fromString(QString::fromLatin1(stamp), Qt::ISODateWithMs).toMSecsSinceEpoch();
+    EXPECT_GE(stamped, before);
+    EXPECT_LE(stamped, after);
+    EXPECT_EQ(AppCenterLogBuilder::utcTimestamp(), QString::fromLatin1(AppCenterLogBuilder::utcTimestamp().toLatin1()));
+}
+
+TEST(AppCenterLogBuilder, UuidsAreRandomVersionFourAndDistinctAcrossThreads)
+{
+    const QRegularExpression form(
+        QStringLiteral("^[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}$"));
+    QSet<QByteArray> seen;
+    for (int i = 0; i < 20000; ++i) {
+        const QByteArray id = AppCenterLogBuilder::newUuidText();
+        ASSERT_TRUE(form.match(QString::fromLatin1(id)).hasMatch()) << id.constData();
+        seen.insert(id);
+    }
+    // Each thread seeds its own generator: other threads must not repeat ours.
+    QList<QByteArray> fromThreads;
+    QMutex lock;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            QList<QByteArray> mine;
+            for (int i = 0; i < 5000; ++i)
+                mine << AppCenterLogBuilder::newUuidText();
+            QMutexLocker locker(&lock);
+            fromThreads += mine;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const QByteArray& id : fromThreads)
+        seen.insert(id);
+    EXPECT_EQ(seen.size(), 40000);
+    // Every bit outside the version and variant is random: each hexadecimal
+    // digit takes all sixteen values somewhere.
+    for (int position : {0, 7, 9, 15, 20, 35}) {
+        QSet<char> digits;
+        for (const QByteArray& id : fromThreads)
+            digits.insert(id.at(position));
+        EXPECT_EQ(digits.size(), 16) << position;
+    }
 }

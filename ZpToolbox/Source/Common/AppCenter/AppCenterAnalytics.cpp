@@ -30,10 +30,9 @@ void AppCenterAnalytics::trackEvent(CFStringRef name, CFDictionaryRef properties
     const std::shared_ptr<AppCenterQueue> queue = mQueue;
     if (!queue)
         return;
-    QJsonObject log = AppCenterLogBuilder::eventLog(eventName, strings);
     if (mObserver)
-        mObserver(log);
-    queue->enqueue(log, QString());
+        mObserver(AppCenterLogBuilder::eventLog(eventName, strings));
+    queue->enqueueEvent(eventName, strings);
 }
 
 void AppCenterAnalytics::setEventObserverForTesting(EventObserver observer)

@@ -2,6 +2,8 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <QByteArray>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QMap>
 #include <QString>
@@ -21,6 +23,10 @@ public:
     // only when there are properties, one {"type":"string","name","value"}
     // object per entry in ascending key order. No "sid" or "userId".
     static QJsonObject eventLog(const QString& name, const QMap<QString, QString>& properties);
+    // The "typedProperties" array of an event log: one
+    // {"type":"string","name":key,"value":value} object per entry, in
+    // ascending key order. Empty for an empty map.
+    static QJsonArray typedProperties(const QMap<QString, QString>& properties);
 
     // The entries of a CFDictionary whose key and value are both CFStrings;
     // every other entry is dropped. Null gives an empty map. The dictionary is
@@ -29,6 +35,15 @@ public:
 
     // A random UUID as 36 lower-case hexadecimal characters without braces.
     static QString newUuid();
+    // The same as Latin-1 bytes, for keys and stored text.
+    static QByteArray newUuidText();
     // The current UTC time as ISO 8601 with milliseconds and "Z".
     static QString utcTimestamp();
+    // The same as Latin-1 bytes.
+    static QByteArray utcTimestampText();
+    // The UTC time `msecsSinceEpoch` in the same form, as
+    // QDateTime::toString(Qt::ISODateWithMs) writes it for UTC. Qt formats
+    // the date and the time of day once per second and thread; within that
+    // second only the milliseconds change.
+    static QByteArray utcTimestampText(qint64 msecsSinceEpoch);
 };

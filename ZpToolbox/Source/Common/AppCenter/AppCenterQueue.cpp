@@ -89,6 +89,7 @@ AppCenterQueue::AppCenterQueue(const QString& appSecret, const QString& storageD
     : mAppSecret(appSecret)
     , mDevice(DeviceInfo::current())
     , mPlainDeviceJson(mDevice.toJson(QString()))
+    , mEventWriter(mPlainDeviceJson)
     , mState(std::make_shared<State>())
 {
     openDatabase(storageDirectory);
@@ -140,8 +141,20 @@ void AppCenterQueue::enqueue(QJsonObject& log, const QString& wrapperSdkName)
     log.insert(QStringLiteral("device"), wrapperSdkName.isEmpty() ? mPlainDeviceJson : mDevice.toJson(wrapperSdkName));
     log.insert(QStringLiteral("timestamp"), AppCenterLogBuilder::utcTimestamp());
 
-    const QByteArray json = QJsonDocument(log).toJson(QJsonDocument::Compact);
-    mState->database->Put(leveldb::WriteOptions(), slice(id.toUtf8()), slice(json));
+    store(id.toUtf8(), QJsonDocument(log).toJson(QJsonDocument::Compact));
+}
+
+void AppCenterQueue::enqueueEvent(const QString& name, const QMap<QString, QString>& properties)
+{
+    if (!mState->database)
+        return;
+    const QByteArray id = AppCenterLogBuilder::newUuidText();
+    store(id, mEventWriter.write(id, name, properties, AppCenterLogBuilder::utcTimestampText()));
+}
+
+void AppCenterQueue::store(const QByteArray& id, const QByteArray& json)
+{
+    mState->database->Put(leveldb::WriteOptions(), slice(id), slice(json));
     scheduleSend();
 }
 

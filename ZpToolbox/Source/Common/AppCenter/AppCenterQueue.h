@@ -1,8 +1,10 @@
 #pragma once
 
 #include "AppCenter/DeviceInfo.h"
+#include "AppCenter/EventLogWriter.h"
 
 #include <QJsonObject>
+#include <QMap>
 #include <QString>
 #include <atomic>
 #include <cstdint>
@@ -46,6 +48,11 @@ public:
     // schedules a send. A log whose id is already pending replaces it.
     void enqueue(QJsonObject& log, const QString& wrapperSdkName);
 
+    // Stores the event log AppCenterLogBuilder::eventLog(name, properties)
+    // as enqueue(log, QString()) would, with the same bytes, at the cost the
+    // tracking calls of the host's GUI thread can afford (EventLogWriter).
+    void enqueueEvent(const QString& name, const QMap<QString, QString>& properties);
+
     // Starts a send task unless there is no database, one started less than
     // the throttle period ago, or one is still running.
     void scheduleSend();
@@ -68,12 +75,14 @@ private:
     static int64_t sendThrottleMs();
     void openDatabase(const QString& storageDirectory);
     void readOrCreateInstallId();
+    void store(const QByteArray& id, const QByteArray& json);
 
     QString mAppSecret;
     QString mInstallId;
     DeviceInfo mDevice;
     // The device object without a wrapper name, built once: most logs carry it.
     QJsonObject mPlainDeviceJson;
+    EventLogWriter mEventWriter;
     std::shared_ptr<State> mState;
     // Start of the last send on the monotonic clock, in ms; -1 before the
     // first. Atomic because scheduleSend runs on several threads at once.

@@ -6,6 +6,7 @@ target_sources(ZpToolboxLiteObjects PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/AppCenterLogBuilder.cpp
   ${CMAKE_CURRENT_LIST_DIR}/AppCenterQueue.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DeviceInfo.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/EventLogWriter.cpp
   ${CMAKE_CURRENT_LIST_DIR}/PrivateFiles.cpp)
 if(WIN32)
   target_sources(ZpToolboxLiteObjects PRIVATE ${CMAKE_CURRENT_LIST_DIR}/PrivateFilesWin.cpp)
