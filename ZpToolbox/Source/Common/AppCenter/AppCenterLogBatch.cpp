@@ -3,6 +3,10 @@
 AppCenterLogBatch::AppCenterLogBatch()
     : mBody("{\"logs\":[")
 {
+    // Room for a full body up front: growing by doubling would copy it
+    // several times and, for a moment, hold two copies of it. Pages of the
+    // reservation that a small batch never writes are never touched.
+    mBody.reserve(kMaxBodyBytes + kReserveSlackBytes);
 }
 
 bool AppCenterLogBatch::isFull() const

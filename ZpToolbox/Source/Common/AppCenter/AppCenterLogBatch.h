@@ -15,6 +15,9 @@
 class AppCenterLogBatch {
 public:
     static constexpr qsizetype kMaxBodyBytes = 6800000;
+    // Reserved beyond the limit for the record that passes it; a larger one
+    // grows the body once.
+    static constexpr qsizetype kReserveSlackBytes = 64 * 1024;
 
     AppCenterLogBatch();
 

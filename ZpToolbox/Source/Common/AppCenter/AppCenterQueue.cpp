@@ -4,6 +4,7 @@
 #include "AppCenter/AppCenterLogBatch.h"
 #include "AppCenter/AppCenterLogBuilder.h"
 #include "AppCenter/PrivateFiles.h"
+#include "AppCenter/UserOnlyFilesEnv.h"
 
 #include <ZpCore/ZpLog.h>
 #include <ZpQtCoreLite/ZpHttp.h>
@@ -106,6 +107,9 @@ void AppCenterQueue::openDatabase(const QString& storageDirectory)
     leveldb::Options options;
     options.create_if_missing = true;
     options.paranoid_checks = true;
+    // The file layer only: files are created user-only. Caching, buffering
+    // and compression stay leveldb's defaults.
+    options.env = UserOnlyFilesEnv::instance();
 
     const QString path = storageDirectory + QDir::separator() + QStringLiteral("logs");
     // Made here rather than by leveldb so that it is user-only.

@@ -5,3 +5,7 @@
 void PrivateFiles::restrict(const QString&, bool)
 {
 }
+
+void PrivateFiles::createPrivateFile(const std::string&)
+{
+}

@@ -7,7 +7,8 @@ target_sources(ZpToolboxLiteObjects PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/AppCenterQueue.cpp
   ${CMAKE_CURRENT_LIST_DIR}/DeviceInfo.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EventLogWriter.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/PrivateFiles.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/PrivateFiles.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/UserOnlyFilesEnv.cpp)
 if(WIN32)
   target_sources(ZpToolboxLiteObjects PRIVATE ${CMAKE_CURRENT_LIST_DIR}/PrivateFilesWin.cpp)
 else()
