@@ -336,7 +336,8 @@ bool ZpHttp::post(const QByteArray& body)
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     d->resultCode = status.isValid() ? status.toInt() : 0;
-    d->responseBody = reply->readAll();
+    // An aborted reply is closed, and reading a closed device only warns.
+    d->responseBody = reply->isOpen() ? reply->readAll() : QByteArray();
     // Qt reports upload progress only for bodies sent in several pieces; an
     // answer means the server has read the whole request.
     if (op && d->resultCode != 0 && sent < body.size())

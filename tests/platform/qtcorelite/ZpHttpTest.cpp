@@ -6,6 +6,7 @@
 
 #include <QDeadlineTimer>
 #include <QFuture>
+#include <QMutex>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QThread>
@@ -196,6 +197,39 @@ TEST(ZpHttp, SilentServerRunsIntoTheTimeout)
     EXPECT_EQ(result.code, 0);
     EXPECT_TRUE(result.error.contains(QStringLiteral("timed out"))) << result.error.toStdString();
     EXPECT_EQ(server.requests().size(), 1); // it did arrive; the answer never came
+}
+
+namespace {
+
+QStringList sWarnings;
+QMutex sWarningsLock;
+
+void collectWarning(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtDebugMsg || type == QtInfoMsg)
+        return;
+    QMutexLocker lock(&sWarningsLock);
+    sWarnings << message;
+}
+
+} // namespace
+
+TEST(ZpHttp, ATimedOutPostWarnsNothing)
+{
+    ZpTestHttpServer server;
+    ASSERT_TRUE(server.isListening());
+    server.setSilent(true);
+    sWarnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(collectWarning);
+
+    const QUrl url = server.url();
+    QFuture<PostResult> future = QtConcurrent::run([url] { return postTo(url, "x", 200); });
+    const bool finished = finishes(future);
+    qInstallMessageHandler(previous);
+    ASSERT_TRUE(finished);
+    EXPECT_EQ(future.result().code, 0);
+    QMutexLocker lock(&sWarningsLock);
+    EXPECT_TRUE(sWarnings.isEmpty()) << sWarnings.join(QLatin1Char('\n')).toStdString();
 }
 
 TEST(ZpHttp, ProcessWideDefaultTimeoutAppliesToObjectsMadeAfterwards)
