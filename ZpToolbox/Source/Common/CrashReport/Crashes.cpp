@@ -79,8 +79,13 @@ void Crashes::prepareCrashFiles(const QUuid& sessionId)
 {
     const QString base = mCrashesDirectory + QDir::separator() + sessionId.toString(QUuid::WithoutBraces);
     mCrashJsonPath = base + QStringLiteral(".json");
-    const auto dumpPath = toCrashPath(base + QStringLiteral(".dmp"));
+    auto dumpPath = toCrashPath(base + QStringLiteral(".dmp"));
     const auto jsonPath = toCrashPath(mCrashJsonPath);
+    // The next start finds reports by their records: a dump whose record
+    // cannot be written would be neither sent nor deleted, and process memory
+    // would stay on disk for good. The record's path is the longer one.
+    if (jsonPath.size() >= CrashCapture::kPathCapacity)
+        dumpPath.clear();
     CrashCapture::prepare(dumpPath.c_str(), jsonPath.c_str(), mCrashJson.constData(), size_t(mCrashJson.size()));
 }
 

@@ -30,7 +30,8 @@ public:
 
     // Called by AppCenter::startService("Crashes"). A crash path that does not
     // fit the crash-time core's fixed storage is left out: that file is then
-    // not written at a crash, and the rest of the start goes on as usual.
+    // not written at a crash (nor the dump, when it is the record that does
+    // not fit), and the rest of the start goes on as usual.
     void start(const QUuid& sessionId, const QString& userId, std::shared_ptr<AppCenterQueue> queue,
                const QString& storageDirectory);
     // Enqueues every pending report the delegate accepts, with its minidump
