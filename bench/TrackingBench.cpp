@@ -1,19 +1,25 @@
 // What analytics costs the host on its own (GUI) thread: one tracking call
 // through the exported C functions against a real store, next to a raw
 // leveldb Put of the very bytes that call stores; tracking throughput on one
-// and on four threads; and the start-up, cold and warm, with the machine
-// description's probes on their own.
+// and on four threads; the start-up, cold and warm, with the machine
+// description's probes on their own; and a tracking call made while the
+// sender posts a full batch to a slow receiver (BM_TrackDuringPost, which
+// says how it measures).
 //
-// Sends go to the loopback port 9, where nothing listens: the send a queue
-// starts when it opens fails at once, and the one-minute throttle keeps any
-// other from starting while a benchmark runs, so only the caller's side is
-// measured. Per-call figures are taken call by call (steady clock) and given
+// Except in BM_TrackDuringPost, sends go to the loopback port 9, where nothing
+// listens: the send a queue starts when it opens fails at once, and the
+// one-minute throttle keeps any other from starting while a benchmark runs, so
+// only the caller's side is measured. Per-call figures are taken call by call (steady clock) and given
 // as the median and the 99th percentile in microseconds; the benchmark's own
 // time column is the mean of the same calls.
 #include "ZpToolboxLite.h"
 
 #include "Analytics/SystemProperties.h"
 #include "AppCenter/AppCenter.h"
+#include "AppCenter/AppCenterQueue.h"
+#include "CallTimes.h"
+#include "IngestProcess.h"
+#include "PostTimer.h"
 #include "StoreReader.h"
 
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
@@ -35,6 +41,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -145,52 +152,15 @@ private:
     std::vector<ZpAnalytics*> mHandles;
 };
 
-// The time of each call of one run. Feeds the benchmark's manual time (so
-// its time column is the mean call) and reports median and p99 counters.
-class CallTimes {
-public:
-    explicit CallTimes(int64_t expected) { mNs.reserve(size_t(expected)); }
-
-    template <typename Call>
-    void time(benchmark::State& state, Call&& call)
-    {
-        const Clock::time_point start = Clock::now();
-        call();
-        const int64_t ns = std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - start).count();
-        mNs.push_back(ns);
-        state.SetIterationTime(double(ns) * 1e-9);
+// Each figure of a tracking call next to the raw Put's of the same kind.
+void reportAgainstPut(benchmark::State& state, const CallTimes& times, Kind kind)
+{
+    times.report(state);
+    if (sPutMedianUs[kind] > 0) {
+        state.counters["x_put_median"] = times.percentileUs(50) / sPutMedianUs[kind];
+        state.counters["x_put_p99"] = times.percentileUs(99) / sPutP99Us[kind];
     }
-
-    // Nearest-rank percentile in µs; 0 without samples.
-    double percentileUs(double percent) const
-    {
-        if (mNs.empty())
-            return 0;
-        std::vector<int64_t> sorted = mNs;
-        const auto rank = size_t(percent / 100.0 * double(sorted.size() - 1) + 0.5);
-        std::nth_element(sorted.begin(), sorted.begin() + std::ptrdiff_t(rank), sorted.end());
-        return double(sorted[rank]) / 1000.0;
-    }
-
-    void report(benchmark::State& state) const
-    {
-        state.counters["median_us"] = percentileUs(50);
-        state.counters["p99_us"] = percentileUs(99);
-    }
-
-    // The same, plus each figure over the raw Put's of the same kind.
-    void reportAgainstPut(benchmark::State& state, Kind kind) const
-    {
-        report(state);
-        if (sPutMedianUs[kind] > 0) {
-            state.counters["x_put_median"] = percentileUs(50) / sPutMedianUs[kind];
-            state.counters["x_put_p99"] = percentileUs(99) / sPutP99Us[kind];
-        }
-    }
-
-private:
-    std::vector<int64_t> mNs;
-};
+}
 
 // Tracks one event of each kind into a scratch store and keeps the stored
 // record of each, so the raw Puts write exactly what the library writes.
@@ -289,7 +259,7 @@ void BM_ZpAnalyticsTrackFeature(benchmark::State& state)
     for (auto _ : state)
         times.time(state, [&] { ZpAnalyticsTrackFeature(analytics, code); });
     CFRelease(code);
-    times.reportAgainstPut(state, kPlain);
+    reportAgainstPut(state, times, kPlain);
 }
 BENCHMARK(BM_ZpAnalyticsTrackFeature)->Iterations(kCalls)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
@@ -304,7 +274,7 @@ void BM_ZpAnalyticsTrackFeatureWithProperties(benchmark::State& state)
         times.time(state, [&] { ZpAnalyticsTrackFeatureWithProperties(analytics, code, properties); });
     CFRelease(properties);
     CFRelease(code);
-    times.reportAgainstPut(state, kWithProperties);
+    reportAgainstPut(state, times, kWithProperties);
 }
 BENCHMARK(BM_ZpAnalyticsTrackFeatureWithProperties)
     ->Iterations(kCalls)
@@ -320,7 +290,7 @@ void BM_ZpAnalyticsTrackFeatureValue(benchmark::State& state)
     for (auto _ : state)
         times.time(state, [&] { ZpAnalyticsTrackFeatureValue(analytics, code, 150); });
     CFRelease(code);
-    times.reportAgainstPut(state, kValue);
+    reportAgainstPut(state, times, kValue);
 }
 BENCHMARK(BM_ZpAnalyticsTrackFeatureValue)->Iterations(kCalls)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
@@ -403,6 +373,147 @@ void BM_SystemPropertiesCreate(benchmark::State& state)
     state.counters["first_in_process_ms"] = sFirstSystemPropertiesMs;
 }
 BENCHMARK(BM_SystemPropertiesCreate)->Iterations(50)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// ---- A tracking call while a batch is being posted ------------------------
+
+// Whether a tracking call waits on the network or on the sender's store
+// writes. A store holds more than one full batch of pending plain events
+// (18,500 of 387 bytes: 7.2 MB) and a zp-ingest receiver that holds every
+// answer for kPostDelayMs gets them: opening the store starts the send on the
+// pool, whose first post carries 6.8 MB and whose second the rest. Meanwhile
+// the GUI thread tracks a plain code about once a millisecond (each call timed
+// on its own) until the send has ended. Calls are sorted by what the sender did
+// around them (PostTimer): the whole call inside a post (median_us, p99_us,
+// max_us); the whole call within kAfterAnswerMs after a post answered 200,
+// while the batch's records are deleted with a synchronous write
+// (after_answer_*); the rest (between_*: reading the store, building the body).
+// BM_TrackDuringPost/no_send is the same store and pacing with no send
+// running (sends refused and throttled), the baseline of the x_no_send_* ratios.
+constexpr int kPendingEvents = 18500;
+constexpr int kPostDelayMs = 2000;
+constexpr int64_t kAfterAnswerMs = 100;
+constexpr int64_t kBaselineCalls = 3000;
+
+double sNoSendMedianUs = 0;
+double sNoSendP99Us = 0;
+
+// A store in `folder` with kPendingEvents pending plain events.
+void fillPendingEvents(const QString& folder)
+{
+    AnalyticsSession earlier(1, folder);
+    for (int i = 0; i < kPendingEvents; ++i)
+        ZpAnalyticsTrackFeature(earlier.handle(0), CFSTR("Crop"));
+}
+
+void pace()
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+void reportWithMax(benchmark::State& state, const CallTimes& times, const std::string& prefix = std::string())
+{
+    times.report(state, prefix);
+    state.counters[prefix + "max_us"] = times.maxUs();
+    state.counters[prefix + "calls"] = double(times.count());
+}
+
+void BM_TrackDuringPost(benchmark::State& state, bool posting)
+{
+    std::unique_ptr<IngestProcess> ingest;
+    if (posting) {
+        ingest = std::make_unique<IngestProcess>(QStringList{QStringLiteral("--delay-ms"), QString::number(kPostDelayMs)});
+        if (!ingest->ok()) {
+            state.SkipWithError(ingest->error().toUtf8().constData());
+            return;
+        }
+    }
+    CallTimes inPost, afterAnswer, between;
+    bool failed = false;
+    for (auto _ : state) {
+        QTemporaryDir dir;
+        fillPendingEvents(dir.path());
+        if (!posting) {
+            AnalyticsSession session(1, dir.path());
+            for (int64_t i = 0; i < kBaselineCalls; ++i) {
+                between.add(CallTimes::measure([&] { ZpAnalyticsTrackFeature(session.handle(0), CFSTR("Crop")); }));
+                pace();
+            }
+            state.SetIterationTime(between.meanUs() * 1e-6);
+            continue;
+        }
+        qputenv("ZP_INGESTION_BASE_URL", ingest->baseUrl().toUtf8());
+        AppCenter::resetForTesting();
+        QThreadPool::globalInstance()->waitForDone();
+        CFURLRef url = newFolderUrl(dir.path());
+        ZpAnalytics* analytics = ZpAnalyticsCreate();
+        ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url); // starts the send
+        CFRelease(url);
+        const int64_t answersBefore = PostTimer::finished();
+        const std::shared_ptr<AppCenterQueue> queue = AppCenter::instance().queue();
+        CallTimes iterationInPost;
+        const int64_t deadline = PostTimer::nowNs() + int64_t(60) * 1000000000;
+        while (queue && queue->isSending() && PostTimer::nowNs() < deadline) {
+            const bool postingBefore = PostTimer::inFlight();
+            const int64_t answers = PostTimer::finished();
+            const int64_t start = PostTimer::nowNs();
+            const int64_t ns = CallTimes::measure([&] { ZpAnalyticsTrackFeature(analytics, CFSTR("Crop")); });
+            const bool sameStretch = PostTimer::finished() == answers && PostTimer::inFlight() == postingBefore;
+            if (sameStretch && postingBefore) {
+                inPost.add(ns);
+                iterationInPost.add(ns);
+            } else if (sameStretch && answers > answersBefore && PostTimer::lastStatus() == 200
+                       && start + ns - PostTimer::lastReturnNs() <= kAfterAnswerMs * 1000000) {
+                afterAnswer.add(ns);
+            } else if (sameStretch) {
+                between.add(ns);
+            }
+            pace();
+        }
+        const bool finished = queue && !queue->isSending();
+        ZpAnalyticsShutdown(analytics);
+        ZpAnalyticsRelease(analytics);
+        AppCenter::resetForTesting();
+        QThreadPool::globalInstance()->waitForDone();
+        if (!finished || iterationInPost.count() == 0) {
+            state.SkipWithError("the send did not run, or did not end within a minute");
+            failed = true;
+            break;
+        }
+        state.SetIterationTime(iterationInPost.meanUs() * 1e-6);
+    }
+    pointNowhere();
+    if (failed)
+        return;
+    if (!posting) {
+        reportWithMax(state, between);
+        sNoSendMedianUs = between.percentileUs(50);
+        sNoSendP99Us = between.percentileUs(99);
+        return;
+    }
+    reportWithMax(state, inPost);
+    reportWithMax(state, afterAnswer, "after_answer_");
+    reportWithMax(state, between, "between_");
+    // The receiver's count: the refused sends of the filling sessions are posts too.
+    const QList<IngestProcess::Request> requests = ingest->requests();
+    state.counters["posts_per_send"] = double(requests.size()) / double(state.iterations());
+    int64_t largest = 0;
+    for (const IngestProcess::Request& request : requests)
+        largest = std::max(largest, int64_t(request.bodyBytes));
+    state.counters["largest_body_mb"] = double(largest) / 1e6;
+    if (sNoSendMedianUs > 0) {
+        state.counters["x_no_send_median"] = inPost.percentileUs(50) / sNoSendMedianUs;
+        state.counters["x_no_send_p99"] = inPost.percentileUs(99) / sNoSendP99Us;
+        state.counters["after_answer_x_no_send_p99"] = afterAnswer.percentileUs(99) / sNoSendP99Us;
+    }
+}
+BENCHMARK_CAPTURE(BM_TrackDuringPost, no_send, false)
+    ->Iterations(2)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TrackDuringPost, in_post, true)
+    ->Iterations(4)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
