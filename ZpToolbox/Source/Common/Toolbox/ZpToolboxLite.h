@@ -17,7 +17,10 @@
  *      are sent in the background through Qt networking.
  *  (4) Every log is stored on disk first and sent in batches in the
  *      background, at most once a minute; what is not sent goes with the next
- *      run.
+ *      run. A log may arrive twice (the same "id"), never not at all, with
+ *      two exceptions: while another process holds the same data folder's
+ *      store, or when the store cannot be opened (unwritable, damaged), this
+ *      process stores and sends nothing.
  *
  * Analytics, in the order a host calls it:
  *
