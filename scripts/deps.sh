@@ -15,6 +15,8 @@ packages=(
   openssl ca-certificates
   # crash capture: LLDB reads our minidumps; the Windows core is built with mingw-w64 and run under Wine
   lldb python3-lldb-14 g++-mingw-w64-x86-64-posix wine wine64
+  # fuzzing: clang 14 with its libFuzzer and sanitizer runtimes (the fuzz preset)
+  clang libclang-rt-14-dev
 )
 
 missing=()

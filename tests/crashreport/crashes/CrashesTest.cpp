@@ -250,6 +250,25 @@ TEST_F(CrashesTest, AJsonThatDoesNotParseSendsOnlyItsIdAndSession)
     EXPECT_TRUE(crashFiles().isEmpty());
 }
 
+TEST_F(CrashesTest, CrashFilesNamedLikeQtResourcePathsAreDeletedAfterSending)
+{
+    // A leading ':' marks a Qt resource path; such a file must still go, or its
+    // report would be sent again at every start.
+    ASSERT_TRUE(QDir().mkpath(crashesDirectory()));
+    for (const QString& name : {QStringLiteral(":.json"), QStringLiteral(":.dmp")}) {
+        QFile file(crashesDirectory() + QLatin1Char('/') + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(name.endsWith(QLatin1String(".json")) ? QByteArray("{\"type\":\"managedError\"}") : QByteArray("MDMP"));
+    }
+
+    int calls = 0;
+    startNextRun(std::make_unique<TestDelegate>(true, QList<ErrorAttachment>{}, &calls));
+    EXPECT_EQ(calls, 1);
+    ASSERT_EQ(Crashes::instance().pendingReports().size(), 1);
+    EXPECT_EQ(Crashes::instance().pendingReports().first().sessionId, QStringLiteral(":"));
+    EXPECT_TRUE(crashFiles().isEmpty());
+}
+
 TEST_F(CrashesTest, AMissingMinidumpStillSendsTheErrorAndTheDelegatesAttachments)
 {
     const QString session = runHost(QStringLiteral("segv"));

@@ -140,10 +140,13 @@ void Crashes::sendReport(const MSErrorReport& report)
 
 void Crashes::deleteCrashFiles()
 {
-    QDir directory(mCrashesDirectory);
-    const QStringList files = directory.entryList({QStringLiteral("*.dmp"), QStringLiteral("*.json")}, QDir::Files);
-    for (const QString& name : files)
-        directory.remove(name);
+    // By the listed full paths: QDir::remove(name) would take a name that
+    // starts with ':' for a Qt resource path and leave that file, whose report
+    // would then be sent again at every start.
+    const QFileInfoList files = QDir(mCrashesDirectory).entryInfoList({QStringLiteral("*.dmp"), QStringLiteral("*.json")},
+                                                                      QDir::Files);
+    for (const QFileInfo& file : files)
+        QFile::remove(file.filePath());
 }
 
 void Crashes::setDelegate(std::unique_ptr<MSCrashesDelegate> delegate)
