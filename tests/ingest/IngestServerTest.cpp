@@ -380,6 +380,33 @@ TEST_F(ZpIngestServer, BodyLargerThanTheLimitIs413AndStoresNothing)
     EXPECT_EQ(post(logsUrl(), body({eventLog()})).status, 200);
 }
 
+TEST_F(ZpIngestServer, AnAbsurdContentLengthIsRefusedAndItsBodyStillDrained)
+{
+    // The largest length there is: refused with 413, and the connection stays
+    // open to take (and throw away) what the client goes on sending.
+    mServer->setMaxBodyBytes(1024);
+    listen();
+    QTcpSocket socket;
+    QByteArray answer;
+    QEventLoop loop;
+    QObject::connect(&socket, &QTcpSocket::connected, [&] {
+        socket.write("POST /logs?api-version=1.0.0 HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                     "Content-Length: 9223372036854775807\r\n\r\n{\"logs\":[");
+    });
+    QObject::connect(&socket, &QTcpSocket::readyRead, [&] {
+        answer += socket.readAll();
+        if (answer.contains("\r\n\r\n"))
+            QTimer::singleShot(300, &loop, &QEventLoop::quit); // time enough to close, if it would
+    });
+    QObject::connect(&socket, &QTcpSocket::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(kLivenessMs, &loop, &QEventLoop::quit);
+    socket.connectToHost(QHostAddress::LocalHost, mServer->port());
+    loop.exec();
+    EXPECT_TRUE(answer.startsWith("HTTP/1.1 413 ")) << answer.toStdString();
+    EXPECT_EQ(socket.state(), QAbstractSocket::ConnectedState);
+    socket.abort();
+}
+
 TEST_F(ZpIngestServer, ChunkedBodyIs411)
 {
     listen();

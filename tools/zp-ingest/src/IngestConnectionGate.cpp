@@ -4,6 +4,7 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 struct IngestConnectionGate::Connection
@@ -113,7 +114,10 @@ void IngestConnectionGate::examine(QTcpSocket* socket, Connection* connection)
             return;
         }
         if (decision.verdict == Verdict::Refuse) {
-            connection->toDiscard = head.headBytes + head.contentLength;
+            // The announced length is the client's word; an absurd one must
+            // not overflow the count of bytes still to come.
+            const qint64 room = std::numeric_limits<qint64>::max() - head.headBytes;
+            connection->toDiscard = head.headBytes + std::min(head.contentLength, room);
             refuse(socket, connection, decision.status, decision.reason);
             return;
         }
