@@ -11,6 +11,8 @@
 #include "IngestProcess.h"
 #include "PostTimer.h"
 
+#include "BenchHost.h"
+
 #include <benchmark/benchmark.h>
 #include <leveldb/db.h>
 #include <leveldb/iterator.h>
@@ -44,16 +46,10 @@ QJsonObject sampleEvent(int i)
                        {"typedProperties", QJsonArray{QJsonObject{{"type", "string"}, {"name", "Tool"}, {"value", "Brush"}}}}};
 }
 
-// Nothing listens on port 9 of the loopback: sends fail at once and the
-// throttle keeps later ones from starting, so only the enqueue is measured.
-void pointNowhere()
-{
-    qputenv("ZP_INGESTION_BASE_URL", "http://127.0.0.1:9");
-}
 
 void BM_Enqueue(benchmark::State& state)
 {
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     QTemporaryDir dir;
     AppCenterQueue queue(kSecret, dir.filePath(QStringLiteral("AppCenter")));
     QThreadPool::globalInstance()->waitForDone();
@@ -77,7 +73,7 @@ void BM_Drain10000(benchmark::State& state)
         state.PauseTiming();
         QTemporaryDir dir;
         const QString storage = dir.filePath(QStringLiteral("AppCenter"));
-        pointNowhere();
+        BenchHost::pointSendsNowhere();
         {
             AppCenterQueue queue(kSecret, storage);
             QThreadPool::globalInstance()->waitForDone();
@@ -172,7 +168,7 @@ const TemplateStore* templateStore()
         return store.get();
     auto made = std::make_unique<TemplateStore>();
     made->storage = made->dir.filePath(QStringLiteral("AppCenter"));
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     {
         AppCenterQueue queue(kSecret, made->storage);
         QThreadPool::globalInstance()->waitForDone();
@@ -301,7 +297,7 @@ void BM_Drain100000(benchmark::State& state)
         restMs.push_back(double(run.ns - run.posts.ns) / 1e6);
         requests.push_back(double(run.posts.posts));
     }
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     int64_t delivered = 0;
     for (const IngestProcess::Request& request : ingest.requests())
         delivered += request.logCount;
@@ -363,7 +359,7 @@ void BM_Drain100000Memory(benchmark::State& state)
         }
         state.SetIterationTime(double(run.ns) * 1e-9);
     }
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     state.counters["rss_peak_growth_mb"] = double(rssGrowthKb) / 1024.0;
     state.counters["anon_peak_growth_mb"] = double(anonGrowthKb) / 1024.0;
     state.counters["anon_peak_growth_x_three_batches"] = double(anonGrowthKb) * 1024.0 / kThreeBatchesBytes;

@@ -28,6 +28,8 @@
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
 #include <ZpWidgetsLite/ZpAppDidFinishLaunchingEvent.h>
 
+#include "BenchHost.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -41,19 +43,7 @@ namespace {
 // Calls timed per benchmark; each makes a store, so fewer than for tracking.
 constexpr int64_t kCalls = 50;
 
-void pointNowhere()
-{
-    qputenv("ZP_INGESTION_BASE_URL", "http://127.0.0.1:9");
-}
 
-// The caller owns the URL.
-CFURLRef newFolderUrl(const QString& path)
-{
-    CFStringRef text = ZpQtStringUtils::createCFStringRefFromQString(path);
-    CFURLRef url = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text, kCFURLPOSIXPathStyle, true);
-    CFRelease(text);
-    return url;
-}
 
 // As in a new process, with the pool's send (if any) finished.
 void resetProcessState()
@@ -80,7 +70,7 @@ void launch()
 void runEarlierSession(const QString& folder)
 {
     resetProcessState();
-    CFURLRef url = newFolderUrl(folder);
+    CFURLRef url = BenchHost::newFolderUrl(folder);
     startup(url);
     launch();
     CFRelease(url);
@@ -103,7 +93,7 @@ double sFirstUs[kStepCount] = {-1, -1};
 // One benchmark: `step` timed, the startup before a launch untimed.
 void runCrashStartup(benchmark::State& state, Step step, bool warm)
 {
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     QTemporaryDir warmDir;
     if (warm)
         runEarlierSession(warmDir.path());
@@ -111,7 +101,7 @@ void runCrashStartup(benchmark::State& state, Step step, bool warm)
     for (auto _ : state) {
         resetProcessState();
         QTemporaryDir coldDir;
-        CFURLRef url = newFolderUrl(warm ? warmDir.path() : coldDir.path());
+        CFURLRef url = BenchHost::newFolderUrl(warm ? warmDir.path() : coldDir.path());
         if (step == kLaunch)
             startup(url);
         times.time(state, [&] { step == kStartup ? startup(url) : launch(); });
@@ -132,9 +122,9 @@ void runCrashStartup(benchmark::State& state, Step step, bool warm)
 // Both steps once in a new folder, timed, before anything else of the process.
 void measureFirstInProcess()
 {
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     QTemporaryDir dir;
-    CFURLRef url = newFolderUrl(dir.path());
+    CFURLRef url = BenchHost::newFolderUrl(dir.path());
     sFirstUs[kStartup] = double(CallTimes::measure([&] { startup(url); })) / 1000.0;
     sFirstUs[kLaunch] = double(CallTimes::measure(launch)) / 1000.0;
     CFRelease(url);

@@ -16,6 +16,7 @@
 // <folder>), so nothing of the benchmark program is counted. Run by hand,
 // `zp_memory_bench --host <folder> <events>` tracks another number of events
 // and prints the three moments' lines (kB).
+#include "BenchHost.h"
 #include "ProcessBench.h"
 
 #include "ZpToolboxLite.h"
@@ -74,7 +75,7 @@ int runHost(int argc, char** argv)
     QCoreApplication::processEvents();
     reportMoment(kMoments[0]);
 
-    CFURLRef url = ProcessBench::newFolderUrl(QString::fromLocal8Bit(argv[2]));
+    CFURLRef url = BenchHost::newFolderUrl(QString::fromLocal8Bit(argv[2]));
     ZpCrashReportStartupWithUserAppDataPath(CFSTR("bench-user"), kZpProductDelta, 0, 3, false, url);
     ZpAnalytics* analytics = ZpAnalyticsCreate();
     ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url);

@@ -1,5 +1,7 @@
 #include "ProcessBench.h"
 
+#include "BenchHost.h"
+
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
 
 #include <QCoreApplication>
@@ -37,16 +39,8 @@ void prepareHostEnvironment()
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("ZP_INGESTION_BASE_URL", "http://127.0.0.1:9");
+    BenchHost::pointSendsNowhere();
     QStandardPaths::setTestModeEnabled(true);
-}
-
-CFURLRef newFolderUrl(const QString& path)
-{
-    CFStringRef text = ZpQtStringUtils::createCFStringRefFromQString(path);
-    CFURLRef url = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text, kCFURLPOSIXPathStyle, true);
-    CFRelease(text);
-    return url;
 }
 
 QMap<QString, qint64> statusKilobytes()

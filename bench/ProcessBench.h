@@ -41,9 +41,6 @@ double percentile(std::vector<double> values, double percent);
 // Call before the application object exists.
 void prepareHostEnvironment();
 
-// A folder as the library takes it. The caller owns the URL.
-CFURLRef newFolderUrl(const QString& path);
-
 // The kilobyte fields of /proc/self/status ("VmRSS", "VmHWM", "RssAnon",
 // ...) by name; empty if the file cannot be read. Any thread.
 QMap<QString, qint64> statusKilobytes();

@@ -24,6 +24,8 @@
 
 #include <ZpQtCoreLite/ZpQtStringUtils.h>
 
+#include "BenchHost.h"
+
 #include <benchmark/benchmark.h>
 #include <leveldb/db.h>
 #include <leveldb/options.h>
@@ -76,19 +78,7 @@ std::array<double, kKindCount> sPutP99Us{};
 // probes that set themselves up on first use pay for it there.
 double sFirstSystemPropertiesMs = 0;
 
-void pointNowhere()
-{
-    qputenv("ZP_INGESTION_BASE_URL", "http://127.0.0.1:9");
-}
 
-// The caller owns the URL.
-CFURLRef newFolderUrl(const QString& path)
-{
-    CFStringRef text = ZpQtStringUtils::createCFStringRefFromQString(path);
-    CFURLRef url = CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text, kCFURLPOSIXPathStyle, true);
-    CFRelease(text);
-    return url;
-}
 
 // The caller owns the string.
 CFStringRef newText(const char* text)
@@ -116,11 +106,11 @@ public:
     // `folder` empty: a new temporary folder, i.e. a cold store.
     explicit AnalyticsSession(int controllers, const QString& folder = QString())
     {
-        pointNowhere();
+        BenchHost::pointSendsNowhere();
         AppCenter::resetForTesting();
         QThreadPool::globalInstance()->waitForDone();
         const QString path = folder.isEmpty() ? mDir.path() : folder;
-        CFURLRef url = newFolderUrl(path);
+        CFURLRef url = BenchHost::newFolderUrl(path);
         for (int i = 0; i < controllers; ++i) {
             ZpAnalytics* analytics = ZpAnalyticsCreate();
             ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url);
@@ -168,9 +158,9 @@ bool readStoredSamples()
 {
     QTemporaryDir dir;
     {
-        pointNowhere();
+        BenchHost::pointSendsNowhere();
         AppCenter::resetForTesting();
-        CFURLRef url = newFolderUrl(dir.path());
+        CFURLRef url = BenchHost::newFolderUrl(dir.path());
         ZpAnalytics* analytics = ZpAnalyticsCreate();
         ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url);
         CFRelease(url);
@@ -329,7 +319,7 @@ BENCHMARK(BM_TrackFeatureThroughput)
 // earlier runs left logs in (warm).
 void BM_ZpAnalyticsStartup(benchmark::State& state, bool warm)
 {
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     QTemporaryDir warmDir;
     if (warm) {
         // An earlier run that left a hundred unsent events behind.
@@ -342,7 +332,7 @@ void BM_ZpAnalyticsStartup(benchmark::State& state, bool warm)
         AppCenter::resetForTesting();
         QThreadPool::globalInstance()->waitForDone();
         QTemporaryDir coldDir;
-        CFURLRef url = newFolderUrl(warm ? warmDir.path() : coldDir.path());
+        CFURLRef url = BenchHost::newFolderUrl(warm ? warmDir.path() : coldDir.path());
         ZpAnalytics* analytics = ZpAnalyticsCreate();
         times.time(state, [&] { ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url); });
         ZpAnalyticsShutdown(analytics);
@@ -444,7 +434,7 @@ void BM_TrackDuringPost(benchmark::State& state, bool posting)
         qputenv("ZP_INGESTION_BASE_URL", ingest->baseUrl().toUtf8());
         AppCenter::resetForTesting();
         QThreadPool::globalInstance()->waitForDone();
-        CFURLRef url = newFolderUrl(dir.path());
+        CFURLRef url = BenchHost::newFolderUrl(dir.path());
         ZpAnalytics* analytics = ZpAnalyticsCreate();
         ZpAnalyticsStartupUserAppDataPath(analytics, kZpProductDelta, 0, 3, url); // starts the send
         CFRelease(url);
@@ -481,7 +471,7 @@ void BM_TrackDuringPost(benchmark::State& state, bool posting)
         }
         state.SetIterationTime(iterationInPost.meanUs() * 1e-6);
     }
-    pointNowhere();
+    BenchHost::pointSendsNowhere();
     if (failed)
         return;
     if (!posting) {
