@@ -39,7 +39,9 @@ TEST(CHost, RunsTheCallingOrderFromTheInstalledHeaderAndItsLogsAreDelivered)
     ASSERT_EQ(run(QStringLiteral("cmake"), {"--install", ZP_PROJECT_BINARY_DIR, "--prefix", prefix}).toStdString(), "");
     ASSERT_TRUE(QFile::exists(prefix + QStringLiteral("/include/ZpToolboxLite/ZpToolboxLite.h")));
     ASSERT_EQ(run(QStringLiteral("cmake"), {"-S", ZP_C_HOST_SOURCE_DIR, "-B", build, "-G", "Ninja",
-                                            "-DCMAKE_PREFIX_PATH=" + prefix, "-DCMAKE_BUILD_TYPE=RelWithDebInfo"})
+                                            "-DCMAKE_PREFIX_PATH=" + prefix, "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
+                                            "-DCMAKE_C_FLAGS=" ZP_C_HOST_C_FLAGS, "-DCMAKE_CXX_FLAGS=" ZP_C_HOST_CXX_FLAGS,
+                                            "-DCMAKE_EXE_LINKER_FLAGS=" ZP_C_HOST_LINKER_FLAGS})
                   .toStdString(),
               "");
     ASSERT_EQ(run(QStringLiteral("cmake"), {"--build", build}).toStdString(), "");
