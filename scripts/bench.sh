@@ -80,6 +80,17 @@ if [ -x "$tracking" ] && command -v xvfb-run >/dev/null; then
     echo "bench: zp_tracking_bench.xcb failed" >&2
     failed=1
   fi
+  # The same first description in a host that already drew with OpenGL.
+  result="$out/zp_tracking_bench.xcb-host-opengl.json"
+  rm -f "$result"
+  results+=("$result")
+  echo "== zp_tracking_bench.xcb-host-opengl" >&2
+  if ! ZP_BENCH_HOST_OPENGL=1 QT_QPA_PLATFORM=xcb xvfb-run -a -s "-screen 0 1920x1080x24" "$tracking" \
+      --benchmark_filter='SystemProperties' \
+      --benchmark_format=json --benchmark_out="$result" --benchmark_out_format=json >/dev/null; then
+    echo "bench: zp_tracking_bench.xcb-host-opengl failed" >&2
+    failed=1
+  fi
 fi
 
 echo "== results in $out" >&2
