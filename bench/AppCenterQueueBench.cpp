@@ -484,6 +484,7 @@ void BM_BodyAssembly(benchmark::State& state, Source source)
 {
     runPasses(state, source, [&](auto&& walk) {
         PassResult result;
+        // One batch for the whole pass, cleared between bodies, as a send task does.
         auto batch = std::make_unique<AppCenterLogBatch>();
         auto close = [&] {
             const QByteArray& body = batch->finish();
@@ -494,7 +495,7 @@ void BM_BodyAssembly(benchmark::State& state, Source source)
         walk([&](const leveldb::Slice& key, const leveldb::Slice& value) {
             if (batch->isFull()) {
                 close();
-                batch = std::make_unique<AppCenterLogBatch>();
+                batch->clear();
             }
             batch->append(key, value);
         });

@@ -53,3 +53,23 @@ TEST(AppCenterLogBatch, ARecordLargerThanTheLimitFillsABatchAlone)
     EXPECT_TRUE(batch.isFull());
     EXPECT_EQ(batch.count(), 1);
 }
+
+TEST(AppCenterLogBatch, ClearStartsAFreshBatchInTheSameBuffers)
+{
+    AppCenterLogBatch batch;
+    batch.append("a", std::string(size_t(AppCenterLogBatch::kMaxBodyBytes), 'x'));
+    batch.append("b", R"({"id":"b"})");
+    const QByteArray first = batch.finish();
+    EXPECT_TRUE(batch.isFull());
+
+    batch.clear();
+    EXPECT_EQ(batch.count(), 0);
+    EXPECT_FALSE(batch.isFull());
+    batch.append("c", R"({"id":"c"})");
+    EXPECT_EQ(batch.finish(), QByteArray(R"({"logs":[{"id":"c"}]})"));
+    DeletionCounter counter;
+    ASSERT_TRUE(batch.deletions()->Iterate(&counter).ok());
+    EXPECT_EQ(counter.keys, (std::vector<std::string>{"c"}));
+    // What the first batch handed out is its own: clearing did not touch it.
+    EXPECT_TRUE(first.endsWith(R"(,{"id":"b"}]})"));
+}

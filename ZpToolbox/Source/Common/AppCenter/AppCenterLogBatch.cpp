@@ -1,12 +1,26 @@
 #include "AppCenter/AppCenterLogBatch.h"
 
+namespace {
+
+const char kBodyStart[] = "{\"logs\":[";
+
+} // namespace
+
 AppCenterLogBatch::AppCenterLogBatch()
-    : mBody("{\"logs\":[")
 {
     // Room for a full body up front: growing by doubling would copy it
     // several times and, for a moment, hold two copies of it. Pages of the
     // reservation that a small batch never writes are never touched.
     mBody.reserve(kMaxBodyBytes + kReserveSlackBytes);
+    mBody.append(kBodyStart);
+}
+
+void AppCenterLogBatch::clear()
+{
+    mBody.resize(0); // keeps the allocation, unlike QByteArray::clear()
+    mBody.append(kBodyStart);
+    mDeletions.Clear();
+    mCount = 0;
 }
 
 bool AppCenterLogBatch::isFull() const

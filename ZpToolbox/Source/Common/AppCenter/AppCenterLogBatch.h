@@ -21,6 +21,11 @@ public:
 
     AppCenterLogBatch();
 
+    // Starts the next batch in the same buffers: a send task fills many
+    // bodies one after the other, and memory it has written once is cheaper
+    // to write again than new memory.
+    void clear();
+
     // True once the body has reached kMaxBodyBytes: the next record starts a new batch.
     bool isFull() const;
     void append(const leveldb::Slice& key, const leveldb::Slice& storedLog);

@@ -67,8 +67,9 @@ void sendAll(leveldb::DB& database, const QString& appSecret, const QString& ins
     // A snapshot: logs queued from now on wait for a later task.
     std::unique_ptr<leveldb::Iterator> it(database.NewIterator(leveldb::ReadOptions()));
     it->SeekToFirst();
+    AppCenterLogBatch batch;
     while (it->Valid()) {
-        AppCenterLogBatch batch;
+        batch.clear();
         fillBatch(*it, batch);
         const QByteArray& body = batch.finish();
         if (batch.count() == 0)
