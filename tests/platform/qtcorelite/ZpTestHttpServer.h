@@ -16,6 +16,7 @@
 #include <QThread>
 #include <QUrl>
 
+#include <atomic>
 #include <optional>
 
 using ZpTestHeaderList = QList<QPair<QByteArray, QByteArray>>;
@@ -67,7 +68,8 @@ private:
     void onReadyRead(Connection* connection);
 
     bool mTls = false;
-    quint16 mPort = 0;
+    // Set on the server thread while the constructor waits for it.
+    std::atomic<quint16> mPort{0};
     QThread mThread;
     QObject* mContext = nullptr; // lives on mThread; parent of the server and sockets
 
