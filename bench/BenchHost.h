@@ -6,10 +6,20 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <QStandardPaths>
 #include <QString>
 #include <QtGlobal>
 
 namespace BenchHost {
+
+// Before the application object: Qt's offscreen platform unless the caller
+// chose one, and Qt's test folders, so no benchmark touches the user's own.
+inline void prepareProcess()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QStandardPaths::setTestModeEnabled(true);
+}
 
 // Nothing listens on port 9 of the loopback: sends fail at once and the
 // one-minute throttle keeps later ones from starting, so only the caller's

@@ -164,9 +164,7 @@ BENCHMARK_CAPTURE(BM_CrashReportLaunch, warm, true)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QStandardPaths::setTestModeEnabled(true);
+    BenchHost::prepareProcess();
     QApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
     measureFirstInProcess();

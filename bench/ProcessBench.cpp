@@ -37,10 +37,8 @@ double percentile(std::vector<double> values, double percent)
 
 void prepareHostEnvironment()
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    BenchHost::prepareProcess();
     BenchHost::pointSendsNowhere();
-    QStandardPaths::setTestModeEnabled(true);
 }
 
 QMap<QString, qint64> statusKilobytes()

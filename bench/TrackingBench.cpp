@@ -537,9 +537,7 @@ BENCHMARK_CAPTURE(BM_TrackDuringPost, in_post, true)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QStandardPaths::setTestModeEnabled(true);
+    BenchHost::prepareProcess();
     QApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
 

@@ -41,14 +41,18 @@ QJsonObject AppCenterLogBuilder::eventLog(const QString& name, const QMap<QStrin
 QJsonArray AppCenterLogBuilder::typedProperties(const QMap<QString, QString>& properties)
 {
     QJsonArray typed;
-    for (auto it = properties.cbegin(); it != properties.cend(); ++it) {
-        typed.append(QJsonObject{
-            {QStringLiteral("type"), QStringLiteral("string")},
-            {QStringLiteral("name"), it.key()},
-            {QStringLiteral("value"), it.value()},
-        });
-    }
+    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+        typed.append(typedProperty(it.key(), it.value()));
     return typed;
+}
+
+QJsonObject AppCenterLogBuilder::typedProperty(const QString& key, const QString& value)
+{
+    return QJsonObject{
+        {QStringLiteral("type"), QStringLiteral("string")},
+        {QStringLiteral("name"), key},
+        {QStringLiteral("value"), value},
+    };
 }
 
 namespace {

@@ -27,6 +27,8 @@ public:
     // {"type":"string","name":key,"value":value} object per entry, in
     // ascending key order. Empty for an empty map.
     static QJsonArray typedProperties(const QMap<QString, QString>& properties);
+    // One element of that array: {"type":"string","name":key,"value":value}.
+    static QJsonObject typedProperty(const QString& key, const QString& value);
 
     // The entries of a CFDictionary whose key and value are both CFStrings;
     // every other entry is dropped. Null gives an empty map. The dictionary is

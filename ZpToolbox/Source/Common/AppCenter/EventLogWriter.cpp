@@ -1,5 +1,7 @@
 #include "AppCenter/EventLogWriter.h"
 
+#include "AppCenter/AppCenterLogBuilder.h"
+
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -42,7 +44,7 @@ public:
         return *mQuoted.insert(name, onlyElement(QJsonArray{name}));
     }
 
-    // {"name":<key>,"type":"string","value":<value>}
+    // AppCenterLogBuilder::typedProperty(key, value) as Qt writes it.
     const QByteArray& property(const QString& key, const QString& value)
     {
         const QPair<QString, QString> pair(key, value);
@@ -50,12 +52,7 @@ public:
         if (found != mProperties.constEnd())
             return *found;
         makeRoom(mProperties);
-        const QJsonObject element{
-            {QStringLiteral("type"), QStringLiteral("string")},
-            {QStringLiteral("name"), key},
-            {QStringLiteral("value"), value},
-        };
-        return *mProperties.insert(pair, onlyElement(QJsonArray{element}));
+        return *mProperties.insert(pair, onlyElement(QJsonArray{AppCenterLogBuilder::typedProperty(key, value)}));
     }
 
 private:
